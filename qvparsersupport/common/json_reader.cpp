@@ -1,0 +1,177 @@
+#include "qvparsersupport/common/json_reader.h"
+
+#include <fmt/format.h>
+
+#include <boost/json/basic_parser_impl.hpp>
+#include <boost/json/src.hpp>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "qvparsersupport/common/value_storage.h"
+
+namespace qv {
+
+namespace {
+
+namespace bj = boost::json;
+
+constexpr std::size_t kDepthLimit = 1024;
+
+// Receives the parser's events and builds nodes in one arena. Finished values wait on a stack; the
+// end of an array or object moves its part of the stack into the arena. Keys wait beside it.
+class TreeHandler {
+ public:
+  static constexpr std::size_t max_object_size = static_cast<std::size_t>(-1);
+  static constexpr std::size_t max_array_size = static_cast<std::size_t>(-1);
+  static constexpr std::size_t max_key_size = static_cast<std::size_t>(-1);
+  static constexpr std::size_t max_string_size = static_cast<std::size_t>(-1);
+
+  TreeHandler() : storage_(ValueStorage::make()) {}
+  TreeHandler(const TreeHandler&) = delete;
+  TreeHandler& operator=(const TreeHandler&) = delete;
+  ~TreeHandler() {
+    if (storage_ != nullptr) storage_->release();
+  }
+
+  Value take() { return ValueBuilder::adopt(values_.back(), std::exchange(storage_, nullptr)); }
+  std::vector<std::string> repeatedKeys() const { return {repeated_.begin(), repeated_.end()}; }
+  bool numberOutOfRange() const { return numberOutOfRange_; }
+
+  bool on_document_begin(bj::error_code&) { return true; }
+  bool on_document_end(bj::error_code&) { return true; }
+  bool on_object_begin(bj::error_code&) { return true; }
+  bool on_array_begin(bj::error_code&) { return true; }
+
+  bool on_object_end(std::size_t count, bj::error_code&) {
+    entries_.clear();
+    for (std::size_t i = 0; i < count; ++i) {
+      entries_.push_back({keys_[keys_.size() - count + i], values_[values_.size() - count + i]});
+    }
+    std::size_t size = 0;
+    const ValueEntryNode* copy = storage_->copyEntries(entries_, size, &repeated_);
+    keys_.resize(keys_.size() - count);
+    values_.resize(values_.size() - count);
+    push(Value::Type::dictionary, copy, size);
+    return true;
+  }
+
+  bool on_array_end(std::size_t count, bj::error_code&) {
+    const ValueNode* copy =
+        storage_->copyNodes(std::span(values_.data() + values_.size() - count, count));
+    values_.resize(values_.size() - count);
+    push(Value::Type::array, copy, count);
+    return true;
+  }
+
+  bool on_key_part(bj::string_view part, std::size_t, bj::error_code&) { return appendPart(part); }
+  bool on_key(bj::string_view part, std::size_t, bj::error_code&) {
+    keys_.push_back(finishText(part));
+    return true;
+  }
+  bool on_string_part(bj::string_view part, std::size_t, bj::error_code&) {
+    return appendPart(part);
+  }
+  bool on_string(bj::string_view part, std::size_t, bj::error_code&) {
+    const std::string_view text = finishText(part);
+    push(Value::Type::string, text.data(), text.size());
+    return true;
+  }
+
+  bool on_number_part(bj::string_view part, bj::error_code&) { return appendPart(part); }
+  bool on_int64(std::int64_t value, bj::string_view, bj::error_code&) {
+    return pushNumber(Number::int64(value));
+  }
+  bool on_uint64(std::uint64_t value, bj::string_view, bj::error_code&) {
+    return pushNumber(Number::uint64(value));
+  }
+  // The parser's own doubles are not always correctly rounded, so the text is read again.
+  bool on_double(double, bj::string_view part, bj::error_code& error) {
+    pending_.append(part.data(), part.size());
+    double value = 0;
+    const char* end = pending_.data() + pending_.size();
+    const auto result = std::from_chars(pending_.data(), end, value);
+    if (result.ec == std::errc::result_out_of_range) {
+      numberOutOfRange_ = !readsAsZero(pending_);
+      if (numberOutOfRange_) {
+        error = bj::error::exponent_overflow;
+        return false;
+      }
+      value = pending_.front() == '-' ? -0.0 : 0.0;
+    }
+    return pushNumber(Number::float64(value));
+  }
+  bool on_bool(bool value, bj::error_code&) { return pushNumber(Number::boolean(value)); }
+  bool on_null(bj::error_code&) {
+    values_.emplace_back();
+    return true;
+  }
+  bool on_comment_part(bj::string_view, bj::error_code&) { return true; }
+  bool on_comment(bj::string_view, bj::error_code&) { return true; }
+
+ private:
+  // An unrepresentable number lies below the smallest double when its decimal exponent is negative.
+  static bool readsAsZero(std::string_view text) {
+    const std::size_t exponent = text.find_first_of("eE");
+    if (exponent != std::string_view::npos) return text[exponent + 1] == '-';
+    return text.starts_with("0.") || text.starts_with("-0.");
+  }
+
+  bool appendPart(bj::string_view part) {
+    pending_.append(part.data(), part.size());
+    return true;
+  }
+
+  std::string_view finishText(bj::string_view part) {
+    if (pending_.empty()) return storage_->copyText({part.data(), part.size()});
+    pending_.append(part.data(), part.size());
+    const std::string_view text = storage_->copyText(pending_);
+    pending_.clear();
+    return text;
+  }
+
+  bool pushNumber(Number number) {
+    pending_.clear();
+    values_.push_back(ValueBuilder::nodeOf(number));
+    return true;
+  }
+
+  void push(Value::Type type, const void* address, std::size_t size) {
+    values_.push_back(
+        {type, NumericKind::signedLongLong, reinterpret_cast<std::uint64_t>(address), size});
+  }
+
+  ValueStorage* storage_;
+  std::vector<ValueNode> values_;
+  std::vector<std::string_view> keys_;
+  std::vector<ValueEntryNode> entries_;
+  std::vector<std::string_view> repeated_;
+  std::string pending_;
+  bool numberOutOfRange_ = false;
+};
+
+}  // namespace
+
+JSONParseResult parseJSON(ByteView text) {
+  bj::parse_options options;
+  options.max_depth = kDepthLimit;
+  bj::basic_parser<TreeHandler> parser(options);
+  bj::error_code error;
+  const std::size_t consumed =
+      parser.write_some(false, reinterpret_cast<const char*>(text.data()), text.size(), error);
+  JSONParseResult result;
+  if (!error && consumed < text.size()) error = bj::error::extra_data;
+  if (!error && !parser.done()) error = bj::error::incomplete;
+  if (error) {
+    result.errorOffset = consumed;
+    result.error = fmt::format("{} at byte {}", error.message(), consumed);
+    return result;
+  }
+  result.repeatedKeys = parser.handler().repeatedKeys();
+  result.value = parser.handler().take();
+  return result;
+}
+
+}  // namespace qv

@@ -1,0 +1,236 @@
+#include "qvparsersupport/common/value.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "qvparsersupport/common/value_storage.h"
+
+namespace qv {
+
+namespace {
+
+std::string_view textOfNode(const ValueNode& node) {
+  return {reinterpret_cast<const char*>(node.payload), node.size};
+}
+
+const ValueNode* elementsOf(const ValueNode& node) {
+  return reinterpret_cast<const ValueNode*>(node.payload);
+}
+
+const ValueEntryNode* entriesOf(const ValueNode& node) {
+  return reinterpret_cast<const ValueEntryNode*>(node.payload);
+}
+
+ValueNode nodeWith(Value::Type type, const void* address, std::size_t size) {
+  return {type, NumericKind::signedLongLong, reinterpret_cast<std::uint64_t>(address), size};
+}
+
+// Keeps a fresh storage from leaking when filling it fails.
+struct StorageOwner {
+  ValueStorage* storage = ValueStorage::make();
+  StorageOwner() = default;
+  StorageOwner(const StorageOwner&) = delete;
+  StorageOwner& operator=(const StorageOwner&) = delete;
+  ~StorageOwner() {
+    if (storage != nullptr) storage->release();
+  }
+  ValueStorage* take() { return std::exchange(storage, nullptr); }
+};
+
+Value leaf(Value::Type type, std::string_view payload) {
+  StorageOwner owner;
+  const std::string_view copy = owner.storage->copyText(payload);
+  return ValueBuilder::adopt(nodeWith(type, copy.data(), copy.size()), owner.take());
+}
+
+// Compares two nodes without looking into containers; containers of equal size go onto the list.
+using Pairs = std::vector<std::pair<ValueNode, ValueNode>>;
+bool equalOutside(const ValueNode& left, const ValueNode& right, Pairs& pending) {
+  if (left.type != right.type) return false;
+  switch (left.type) {
+    case Value::Type::null:
+      return true;
+    case Value::Type::number:
+      return ValueBuilder::numberOf(left) == ValueBuilder::numberOf(right);
+    case Value::Type::string:
+    case Value::Type::bytes:
+      return textOfNode(left) == textOfNode(right);
+    case Value::Type::object:
+      return left.payload == right.payload;
+    case Value::Type::array:
+    case Value::Type::dictionary:
+      if (left.size != right.size) return false;
+      if (left.size > 0) pending.emplace_back(left, right);
+      return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+ValueNode ValueBuilder::nodeOf(Number number) {
+  return {Value::Type::number, number.kind_, number.bits_, 0};
+}
+
+Number ValueBuilder::numberOf(const ValueNode& node) {
+  return Number::ofUnsigned(node.kind, node.payload);
+}
+
+Value::Value(Number number) : type_(Type::number), kind_(number.kind_), payload_(number.bits_) {}
+
+Value::Value(const ValueNode& node, ValueStorage* storage)
+    : type_(node.type),
+      kind_(node.kind),
+      payload_(node.payload),
+      size_(node.size),
+      storage_(storage) {}
+
+ValueNode Value::node() const {
+  return {type_, kind_, payload_, size_};
+}
+
+Value Value::string(std::string_view text) {
+  return leaf(Type::string, text);
+}
+
+Value Value::bytes(ByteView bytes) {
+  return leaf(Type::bytes, textOf(bytes));
+}
+
+Value Value::array(std::span<const Value> elements) {
+  StorageOwner owner;
+  std::vector<ValueNode> nodes;
+  nodes.reserve(elements.size());
+  for (const Value& element : elements) {
+    owner.storage->adopt(element.storage_);
+    nodes.push_back(element.node());
+  }
+  const ValueNode* copy = owner.storage->copyNodes(nodes);
+  return {nodeWith(Type::array, copy, nodes.size()), owner.take()};
+}
+
+Value Value::dictionary(std::span<const Entry> entries) {
+  StorageOwner owner;
+  std::vector<ValueEntryNode> nodes;
+  nodes.reserve(entries.size());
+  for (const auto& [key, value] : entries) {
+    owner.storage->adopt(value.storage_);
+    nodes.push_back({owner.storage->copyText(key), value.node()});
+  }
+  std::size_t size = 0;
+  const ValueEntryNode* copy = owner.storage->copyEntries(nodes, size, nullptr);
+  return {nodeWith(Type::dictionary, copy, size), owner.take()};
+}
+
+Value Value::object(std::shared_ptr<ValueObject> object) {
+  if (object == nullptr) return {};
+  StorageOwner owner;
+  const ValueNode node = nodeWith(Type::object, object.get(), 0);
+  owner.storage->hold(std::move(object));
+  return {node, owner.take()};
+}
+
+Value::Value(const Value& other)
+    : type_(other.type_),
+      kind_(other.kind_),
+      payload_(other.payload_),
+      size_(other.size_),
+      storage_(other.storage_) {
+  if (storage_ != nullptr) storage_->retain();
+}
+
+Value::Value(Value&& other) noexcept
+    : type_(std::exchange(other.type_, Type::null)),
+      kind_(other.kind_),
+      payload_(other.payload_),
+      size_(std::exchange(other.size_, 0)),
+      storage_(std::exchange(other.storage_, nullptr)) {}
+
+Value& Value::operator=(const Value& other) {
+  if (this != &other) *this = Value(other);
+  return *this;
+}
+
+Value& Value::operator=(Value&& other) noexcept {
+  std::swap(type_, other.type_);
+  std::swap(kind_, other.kind_);
+  std::swap(payload_, other.payload_);
+  std::swap(size_, other.size_);
+  std::swap(storage_, other.storage_);
+  return *this;
+}
+
+Value::~Value() {
+  if (storage_ != nullptr) storage_->release();
+}
+
+std::optional<Number> Value::asNumber() const {
+  if (type_ != Type::number) return std::nullopt;
+  return ValueBuilder::numberOf(node());
+}
+
+std::optional<std::string_view> Value::asString() const {
+  if (type_ != Type::string) return std::nullopt;
+  return textOfNode(node());
+}
+
+std::optional<ByteView> Value::asBytes() const {
+  if (type_ != Type::bytes) return std::nullopt;
+  return bytesOf(textOfNode(node()));
+}
+
+std::shared_ptr<ValueObject> Value::asObject() const {
+  if (type_ != Type::object) return nullptr;
+  // A value inside a container shares the container's storage, so the owner is found through the
+  // object itself.
+  if (storage_->object().get() == reinterpret_cast<ValueObject*>(payload_))
+    return storage_->object();
+  return {std::shared_ptr<const Value>(new Value(*this)), reinterpret_cast<ValueObject*>(payload_)};
+}
+
+std::size_t Value::count() const {
+  return type_ == Type::array || type_ == Type::dictionary ? size_ : 0;
+}
+
+Value Value::at(std::size_t index) const {
+  if (index >= count()) return {};
+  const ValueNode child =
+      type_ == Type::array ? elementsOf(node())[index] : entriesOf(node())[index].value;
+  const bool inlineOnly = child.type == Type::null || child.type == Type::number;
+  if (!inlineOnly) storage_->retain();
+  return {child, inlineOnly ? nullptr : storage_};
+}
+
+std::string_view Value::keyAt(std::size_t index) const {
+  if (type_ != Type::dictionary || index >= size_) return {};
+  return entriesOf(node())[index].key;
+}
+
+std::optional<Value> Value::find(std::string_view key) const {
+  if (type_ != Type::dictionary) return std::nullopt;
+  const std::size_t index = findEntry(entriesOf(node()), size_, key);
+  if (index == size_) return std::nullopt;
+  return at(index);
+}
+
+bool operator==(const Value& left, const Value& right) {
+  Pairs pending;
+  if (!equalOutside(left.node(), right.node(), pending)) return false;
+  while (!pending.empty()) {
+    const auto [one, other] = pending.back();
+    pending.pop_back();
+    for (std::size_t i = 0; i < one.size; ++i) {
+      if (one.type == Value::Type::array) {
+        if (!equalOutside(elementsOf(one)[i], elementsOf(other)[i], pending)) return false;
+        continue;
+      }
+      const ValueEntryNode& entry = entriesOf(one)[i];
+      const std::size_t twin = findEntry(entriesOf(other), other.size, entry.key);
+      if (twin == other.size) return false;
+      if (!equalOutside(entry.value, entriesOf(other)[twin].value, pending)) return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace qv

@@ -1,0 +1,90 @@
+#pragma once
+
+// How values are kept, for value.cpp and the builders of whole documents (the JSON reader): a
+// storage is one reference-counted arena, and the nodes in it point only into itself or into
+// storages that it retains. Internal; not part of the library's interface.
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "qvparsersupport/common/value.h"
+
+namespace qv {
+
+struct ValueNode {
+  Value::Type type = Value::Type::null;
+  NumericKind kind = NumericKind::signedLongLong;
+  std::uint64_t payload = 0;  // number bits, or the address of the first byte, element or entry
+  std::size_t size = 0;       // bytes, elements or entries
+};
+
+struct ValueEntryNode {
+  std::string_view key;
+  ValueNode value;
+};
+
+class ValueStorage {
+ public:
+  static ValueStorage* make() { return new ValueStorage(); }
+  ValueStorage(const ValueStorage&) = delete;
+  ValueStorage& operator=(const ValueStorage&) = delete;
+
+  void retain() { references_.fetch_add(1, std::memory_order_relaxed); }
+  // Destroys this storage and, in a loop, every storage that only it kept alive.
+  void release() noexcept;
+
+  // Memory that lives as long as the storage.
+  void* allocate(std::size_t size, std::size_t alignment);
+  std::string_view copyText(std::string_view text);
+  ValueNode* copyNodes(std::span<const ValueNode> nodes);
+  // Entries in order with unique keys; a repeated key keeps its first place and its last value.
+  // Above `kLinearLookup` entries a sorted index follows the entries. Sets `size` to the entries
+  // kept, and appends each repeated key to `repeated` when that is given.
+  ValueEntryNode* copyEntries(std::span<const ValueEntryNode> entries, std::size_t& size,
+                              std::vector<std::string_view>* repeated);
+
+  // Keeps another storage or a library object alive with this one.
+  void adopt(ValueStorage* child);
+  void hold(std::shared_ptr<ValueObject> object) { object_ = std::move(object); }
+  const std::shared_ptr<ValueObject>& object() const { return object_; }
+
+  static constexpr std::size_t kLinearLookup = 8;
+
+ private:
+  ValueStorage() = default;
+  ~ValueStorage();
+
+  struct Block {
+    Block* next;
+  };
+
+  std::atomic<std::size_t> references_{1};
+  ValueStorage* nextDying_ = nullptr;
+  Block* blocks_ = nullptr;
+  std::byte* free_ = nullptr;
+  std::size_t freeBytes_ = 0;
+  std::size_t nextBlock_ = 64;
+  std::vector<ValueStorage*> children_;
+  std::shared_ptr<ValueObject> object_;
+};
+
+// Position of the entry with the key, or `size` when there is none.
+std::size_t findEntry(const ValueEntryNode* entries, std::size_t size, std::string_view key);
+
+// Makes a Value out of a node, taking over one reference to the storage.
+class ValueBuilder {
+ public:
+  static Value adopt(const ValueNode& node, ValueStorage* storage) { return {node, storage}; }
+  static ValueNode node(const Value& value) { return value.node(); }
+  static ValueStorage* storage(const Value& value) { return value.storage_; }
+  static ValueNode nodeOf(Number number);
+  static Number numberOf(const ValueNode& node);
+};
+
+}  // namespace qv

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "qvparsersupport/common/bytes.h"
+#include "qvparsersupport/common/export.h"
+#include "qvparsersupport/ipmessages/http_message.h"
+#include "qvparsersupport/ipmessages/message_fault.h"
+
+namespace qv {
+
+class QVIPJSONObject;
+
+// Status codes of JSON bodies, published for hosts.
+inline constexpr std::int64_t VELIPStatusErrorCodeInvalidParameter = -70410;
+inline constexpr std::int64_t VELIPStatusErrorCodeInsufficientPrivileges = -70401;
+
+// One captured message of the IP transport, recognised and checked. A faulty message is still
+// returned; what is wrong with it is its `errorDescription` (the last text) and its `faults` (all
+// of them, in order). Unknown traffic yields null.
+//
+// A message belongs to the thread that uses it. Several threads may classify at once.
+class QV_EXPORT QVIPMessage {
+ public:
+  QVIPMessage(const QVIPMessage&) = delete;
+  QVIPMessage& operator=(const QVIPMessage&) = delete;
+  virtual ~QVIPMessage() = default;
+
+  // The message that the header block (see QVHTTPMessage) and body make; null when no request class
+  // recognises it. Buffers are copied.
+  static std::shared_ptr<QVIPMessage> requestMessageForHeader(ByteView header,
+                                                              std::optional<ByteView> payload);
+  // The answer to `request`, or with a null request an event notification; null when no response
+  // class recognises it, and for an event notification that is handed in with a request.
+  static std::shared_ptr<QVIPMessage> responseMessageForRequest(
+      std::shared_ptr<QVIPMessage> request, ByteView header, std::optional<ByteView> payload);
+
+  // The name of the message's class, "QVIPPairSetupRequestMessage" for one.
+  virtual const char* className() const = 0;
+
+  const std::shared_ptr<QVHTTPMessage>& httpMessage() const { return httpMessage_; }
+  void setHttpMessage(std::shared_ptr<QVHTTPMessage> message) { httpMessage_ = std::move(message); }
+  // The last problem found; null means that the message is valid as far as it was checked.
+  const std::optional<std::string>& errorDescription() const { return errorDescription_; }
+  // A text that is set is also kept in `faults`; null clears only the description.
+  void setErrorDescription(std::optional<std::string> text);
+  // For a response, the request that it answers; null otherwise.
+  const std::shared_ptr<QVIPMessage>& request() const { return request_; }
+  void setRequest(std::shared_ptr<QVIPMessage> request) { request_ = std::move(request); }
+
+  // Every text that the message ever set, in order, with what it concerns.
+  const std::vector<QVMessageFault>& faults() const { return faults_; }
+
+  // The status codes that a response of this class may carry.
+  virtual std::span<const char* const> allowedHTTPResponseCodes() const;
+
+ protected:
+  QVIPMessage() = default;
+
+  // Stores the HTTP message; request classes then decode their payload.
+  virtual void initWithHTTPMessage(std::shared_ptr<QVHTTPMessage> httpMessage);
+  // Stores both and validates the response; response classes then decode their payload.
+  virtual void initWithRequest(std::shared_ptr<QVIPMessage> request,
+                               std::shared_ptr<QVHTTPMessage> httpMessage);
+  // The checks that every response undergoes.
+  void performValidation();
+  // Marks the message as faulty when its decoded payload is absent or faulty and no text is set
+  // yet.
+  void checkObjectForError(const QVIPJSONObject* object);
+
+  // Sets the error description and keeps the fault.
+  void setFault(QVMessageFault fault);
+
+ private:
+  friend struct MessageClassRow;
+  std::shared_ptr<QVHTTPMessage> httpMessage_;
+  std::optional<std::string> errorDescription_;
+  std::shared_ptr<QVIPMessage> request_;
+  std::vector<QVMessageFault> faults_;
+};
+
+}  // namespace qv

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "qvparsersupport/common/bytes.h"
+#include "qvparsersupport/common/export.h"
+#include "qvparsersupport/common/failure.h"
+#include "qvparsersupport/common/value.h"
+
+namespace qv {
+
+// One item of a TLV8 sequence. Cheap to copy: fields of a parsed packet share the packet's bytes
+// and keep them alive.
+class QV_EXPORT QVTLV8Field {
+ public:
+  QVTLV8Field() = default;
+  // A field with a copy of the value; null makes a separator, a field without a value.
+  static QVTLV8Field initWithType(std::uint8_t type, std::optional<ByteView> value);
+
+  std::uint8_t type() const { return type_; }
+  // The value's bytes, valid as long as this field or a copy of it; null for a separator, empty for
+  // an item of length 0.
+  std::optional<ByteView> value() const;
+  void setType(std::uint8_t type) { type_ = type; }
+  void setValue(std::optional<ByteView> value);
+
+  // Where the item's type byte stood in the buffer that was parsed; 0 for a field made by hand.
+  std::size_t offset() const;
+
+  // A plain field has no typed interpretation: always null, with "Unknown TLV8 field.".
+  std::shared_ptr<ValueObject> objectValueWithErrorDescription(
+      std::optional<std::string>& errorDescription) const;
+
+ private:
+  friend class QVTLV8Packet;
+  std::shared_ptr<const Bytes> storage_;
+  const std::uint8_t* bytes_ = nullptr;  // first byte of the value, or the separator byte itself
+  std::size_t length_ = 0;
+  std::uint8_t type_ = 0;
+  bool hasValue_ = false;
+};
+
+using QVTLV8FieldList = std::shared_ptr<const std::vector<QVTLV8Field>>;
+
+// A parsed TLV8 sequence: items of a type byte, a length byte and up to 255 bytes of value, back to
+// back. Never rejected: after a malformed item the packet holds the fields before it and an error
+// description. Items of the same type stay fields of their own; nothing is joined.
+class QV_EXPORT QVTLV8Packet : public ValueObject {
+ public:
+  static std::shared_ptr<QVTLV8Packet> initWithData(ByteView data);
+  // A byte equal to the separator, where a type byte is due, stands by itself as a field without
+  // value.
+  static std::shared_ptr<QVTLV8Packet> initWithData(ByteView data, std::uint8_t separator);
+
+  // The parsed fields; a mutable packet answers a copy of what was appended so far.
+  virtual QVTLV8FieldList fields() const { return parsedFields_; }
+  // The first parsed field of that type; null when there is none.
+  std::optional<QVTLV8Field> fieldWithType(std::uint8_t type) const;
+
+  // The bytes that were parsed, as a copy; null when there are none (a mutable packet serialises
+  // instead, and answers null when that fails).
+  virtual std::optional<Bytes> data() const;
+  const QVTLV8FieldList& parsedFields() const { return parsedFields_; }
+  const std::optional<std::string>& errorDescription() const { return errorDescription_; }
+  // Where the malformed item that ended the parse begins; null when there was none.
+  const std::optional<std::size_t>& errorOffset() const { return errorOffset_; }
+  void setData(std::optional<Bytes> data);
+  void setParsedFields(QVTLV8FieldList fields) { parsedFields_ = std::move(fields); }
+  void setErrorDescription(std::optional<std::string> text) { errorDescription_ = std::move(text); }
+
+ protected:
+  QVTLV8Packet() = default;
+
+ private:
+  void parse(ByteView data, std::optional<std::uint8_t> separator);
+
+  std::shared_ptr<const Bytes> data_;
+  QVTLV8FieldList parsedFields_;
+  std::optional<std::string> errorDescription_;
+  std::optional<std::size_t> errorOffset_;
+};
+
+// A packet under construction. It never parses: `parsedFields` stays null.
+// Deliberate: `fieldWithType` reads the parsed fields, so here it answers null whatever was
+// appended; code that needs a field of a packet under construction walks `fields`.
+class QV_EXPORT QVTLV8MutablePacket : public QVTLV8Packet {
+ public:
+  static std::shared_ptr<QVTLV8MutablePacket> init();
+
+  void appendField(QVTLV8Field field) { mutableFields_.push_back(std::move(field)); }
+  const std::vector<QVTLV8Field>& mutableFields() const { return mutableFields_; }
+  QVTLV8FieldList fields() const override;
+
+  // The serialised fields without coalescing.
+  std::optional<Bytes> data() const override;
+  std::optional<Bytes> dataWithErrorDescription(ErrorSlot errorDescription) const;
+
+  // The serialised fields. Without coalescing every value of up to 255 bytes becomes one item and a
+  // longer one fails with a text. With coalescing a longer value is cut into several items; of
+  // those cuts only the ones that stay inside the value succeed, see the source for the rule. The
+  // slot is cleared on success.
+  std::optional<Bytes> dataUsingAutomaticFieldCoalescing(
+      bool coalesce, ErrorSlot errorDescription = nullptr) const;
+
+ private:
+  std::vector<QVTLV8Field> mutableFields_;
+};
+
+}  // namespace qv
