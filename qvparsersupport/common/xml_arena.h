@@ -53,6 +53,7 @@ class XMLTreeBuilder {
   XMLDocument::Arena& arena_;
   std::vector<Frame> open_;
   std::string pendingText_;
+  bool pendingTextIsBlank_ = true;
   static constexpr std::size_t kNameSlots = 64;
   std::string_view names_[kNameSlots];
 };

@@ -30,10 +30,14 @@ struct Reader {
   XMLTreeBuilder builder;
   std::vector<XMLAttribute> attributes;
   std::string refusal;
+  std::size_t refusedAt = 0;
   std::exception_ptr exception;
 
   void refuse(std::string text) {
-    if (refusal.empty()) refusal = std::move(text);
+    if (refusal.empty()) {
+      refusal = std::move(text);
+      refusedAt = static_cast<std::size_t>(XML_GetCurrentByteIndex(parser));
+    }
     XML_StopParser(parser, XML_FALSE);
   }
 
@@ -116,7 +120,7 @@ XMLParseResult parseXML(ByteView text, std::string name) {
   const std::unique_ptr<XML_ParserStruct, ParserDeleter> parser(
       XML_ParserCreateNS(nullptr, kSeparator));
   if (parser == nullptr) throw std::bad_alloc();
-  Reader reader{parser.get(), XMLTreeBuilder(std::move(name)), {}, {}, nullptr};
+  Reader reader{parser.get(), XMLTreeBuilder(std::move(name)), {}, {}, 0, nullptr};
   XML_SetUserData(parser.get(), &reader);
   XML_SetElementHandler(parser.get(), onStart, onEnd);
   XML_SetCharacterDataHandler(parser.get(), onText);
@@ -126,14 +130,19 @@ XMLParseResult parseXML(ByteView text, std::string name) {
   if (reader.exception) std::rethrow_exception(reader.exception);
   reader.builder.setLines(text);
   if (status == XML_STATUS_OK && reader.refusal.empty()) return {reader.builder.take(), {}, {}};
-
+  if (!reader.refusal.empty()) {
+    // The parser reports a DOCTYPE from behind its name; the place to look at is its beginning.
+    const std::size_t declaration = textOf(text).rfind("<!DOCTYPE", reader.refusedAt);
+    const bool isDoctype = text[reader.refusedAt] != '<' && declaration != std::string_view::npos;
+    const std::size_t place = isDoctype ? declaration : reader.refusedAt;
+    return {nullptr, std::move(reader.refusal), reader.builder.positionOf(place)};
+  }
   const XML_Error code = XML_GetErrorCode(parser.get());
-  if (reader.refusal.empty() && code == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
-  std::string error = reader.refusal.empty() ? std::string(XML_ErrorString(code)) : reader.refusal;
+  if (code == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
   const XML_Index offset = XML_GetErrorByteIndex(parser.get());
   const auto stopped =
       std::min(text.size(), static_cast<std::size_t>(std::max<XML_Index>(offset, 0)));
-  return {nullptr, std::move(error), reader.builder.positionOf(stopped)};
+  return {nullptr, XML_ErrorString(code), reader.builder.positionOf(stopped)};
 }
 
 }  // namespace qv

@@ -190,7 +190,7 @@ void XMLTreeBuilder::setAttributes(std::span<const XMLAttribute> attributes) {
 }
 
 void XMLTreeBuilder::addText(std::string_view text) {
-  if (pendingText_.empty() && isWhiteSpace(text)) return;
+  pendingTextIsBlank_ = pendingTextIsBlank_ && isWhiteSpace(text);
   pendingText_.append(text);
 }
 
@@ -200,10 +200,12 @@ void XMLTreeBuilder::closeElement() {
 }
 
 void XMLTreeBuilder::flushText() {
-  if (pendingText_.empty()) return;
-  void* place = arena_.allocate(sizeof(XMLText), alignof(XMLText));
-  append(new (place) XMLText(arena_.copyText(pendingText_)));
+  if (!pendingTextIsBlank_) {
+    void* place = arena_.allocate(sizeof(XMLText), alignof(XMLText));
+    append(new (place) XMLText(arena_.copyText(pendingText_)));
+  }
   pendingText_.clear();
+  pendingTextIsBlank_ = true;
 }
 
 void XMLTreeBuilder::append(XMLNode* node) {
