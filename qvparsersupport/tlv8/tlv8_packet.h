@@ -11,6 +11,7 @@
 #include "qvparsersupport/common/export.h"
 #include "qvparsersupport/common/failure.h"
 #include "qvparsersupport/common/value.h"
+#include "qvparsersupport/tlv8/shared_bytes.h"
 
 namespace qv {
 
@@ -25,12 +26,14 @@ class QV_EXPORT QVTLV8Field {
   std::uint8_t type() const { return type_; }
   // The value's bytes, valid as long as this field or a copy of it; null for a separator, empty for
   // an item of length 0.
-  std::optional<ByteView> value() const;
+  std::optional<ByteView> value() const {
+    return hasValue_ ? std::optional<ByteView>(ByteView(bytes_, length_)) : std::nullopt;
+  }
   void setType(std::uint8_t type) { type_ = type; }
   void setValue(std::optional<ByteView> value);
 
   // Where the item's type byte stood in the buffer that was parsed; 0 for a field made by hand.
-  std::size_t offset() const;
+  std::size_t offset() const { return isParsed_ ? parsedOffset() : 0; }
 
   // A plain field has no typed interpretation: always null, with "Unknown TLV8 field.".
   std::shared_ptr<ValueObject> objectValueWithErrorDescription(
@@ -38,11 +41,14 @@ class QV_EXPORT QVTLV8Field {
 
  private:
   friend class QVTLV8Packet;
-  std::shared_ptr<const Bytes> storage_;
-  const std::uint8_t* bytes_ = nullptr;  // first byte of the value, or the separator byte itself
+  std::size_t parsedOffset() const;
+
+  SharedBytes storage_;
+  const std::uint8_t* bytes_ = nullptr;  // behind the item's type and length byte, if it has both
   std::size_t length_ = 0;
   std::uint8_t type_ = 0;
   bool hasValue_ = false;
+  bool isParsed_ = false;
 };
 
 using QVTLV8FieldList = std::shared_ptr<const std::vector<QVTLV8Field>>;
@@ -50,6 +56,9 @@ using QVTLV8FieldList = std::shared_ptr<const std::vector<QVTLV8Field>>;
 // A parsed TLV8 sequence: items of a type byte, a length byte and up to 255 bytes of value, back to
 // back. Never rejected: after a malformed item the packet holds the fields before it and an error
 // description. Items of the same type stay fields of their own; nothing is joined.
+//
+// Parsing takes linear time; the heap it needs is at most 33 bytes for each byte of the buffer (the
+// worst case is a buffer of separators, 17 without a separator) and a small constant.
 class QV_EXPORT QVTLV8Packet : public ValueObject {
  public:
   static std::shared_ptr<QVTLV8Packet> initWithData(ByteView data);
@@ -77,9 +86,11 @@ class QV_EXPORT QVTLV8Packet : public ValueObject {
   QVTLV8Packet() = default;
 
  private:
-  void parse(ByteView data, std::optional<std::uint8_t> separator);
+  struct ParsedFields;
+  static std::shared_ptr<QVTLV8Packet> make(ByteView data, std::optional<std::uint8_t> separator);
+  void parse(std::optional<std::uint8_t> separator);
 
-  std::shared_ptr<const Bytes> data_;
+  SharedBytes data_;
   QVTLV8FieldList parsedFields_;
   std::optional<std::string> errorDescription_;
   std::optional<std::size_t> errorOffset_;
@@ -100,10 +111,16 @@ class QV_EXPORT QVTLV8MutablePacket : public QVTLV8Packet {
   std::optional<Bytes> data() const override;
   std::optional<Bytes> dataWithErrorDescription(ErrorSlot errorDescription) const;
 
-  // The serialised fields. Without coalescing every value of up to 255 bytes becomes one item and a
-  // longer one fails with a text. With coalescing a longer value is cut into several items; of
-  // those cuts only the ones that stay inside the value succeed, see the source for the rule. The
-  // slot is cleared on success.
+  // The serialised fields. A value of N bytes becomes, by N:
+  //   up to 255               one item, with or without coalescing
+  //   from 256, no coalescing failure, "Too many bytes provided in value for type 0x%02x"
+  //   from 256, coalescing    items of 255 bytes while 256 or more are left, which leaves a rest of
+  //                           L = (N - 1) % 255 + 1 bytes; then items of R = N % 256 bytes
+  // Deliberate: the later items take R, the low byte of the whole length, and not what is left. So
+  // coalescing succeeds only where R is not 0 and divides L (257 gives 255 + 1 + 1, 514 gives twice
+  // 255 + 2 items of 2); 300 would read past the value, 256 and its multiples would never end, and
+  // they and all others fail with a text. Nothing is read outside the value. The slot is cleared on
+  // success.
   std::optional<Bytes> dataUsingAutomaticFieldCoalescing(
       bool coalesce, ErrorSlot errorDescription = nullptr) const;
 
