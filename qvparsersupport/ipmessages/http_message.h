@@ -43,7 +43,7 @@ class QV_EXPORT QVHTTPHeaderFields {
     std::size_t value;
     std::size_t valueLength;
   };
-  std::shared_ptr<const std::string> text_;
+  std::shared_ptr<const char[]> text_;
   std::vector<Place> fields_;
 };
 
@@ -86,8 +86,8 @@ class QV_EXPORT QVHTTPMessage {
   void setHeaderLineItem2(std::optional<std::string> item) { headerLineItem2_ = std::move(item); }
 
   // Where things stood in the header that was handed in, for messages about it: the first line
-  // without its end, its second item, and the value of the first field with that name (null when
-  // there is none).
+  // without its end, its second item (null when the line has none), and the value of the first
+  // field with that name (null when there is none). The setters above do not move them.
   ByteRange startLineRange() const { return startLineRange_; }
   std::optional<ByteRange> headerLineItem1Range() const { return item1Range_; }
   std::optional<ByteRange> valueRangeForKey(std::string_view key) const;
