@@ -1,20 +1,24 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qvparsersupport/common/bytes.h"
 #include "qvparsersupport/common/export.h"
+#include "qvparsersupport/common/value.h"
 #include "qvparsersupport/ipmessages/http_message.h"
 #include "qvparsersupport/ipmessages/message_fault.h"
 
 namespace qv {
 
 class QVIPJSONObject;
+struct QVIPMessageClass;
 
 // Status codes of JSON bodies, published for hosts.
 inline constexpr std::int64_t VELIPStatusErrorCodeInvalidParameter = -70410;
@@ -40,6 +44,14 @@ class QV_EXPORT QVIPMessage {
   static std::shared_ptr<QVIPMessage> responseMessageForRequest(
       std::shared_ptr<QVIPMessage> request, ByteView header, std::optional<ByteView> payload);
 
+  // Every message class, its bases included; see message_class.h. The same list for the life of the
+  // process.
+  static std::span<const QVIPMessageClass> _messageClasses();
+  // Whether an HTTP message is a request of this class, or (given the request, null for none) a
+  // response of it. A class that recognises something hides one of them with its own.
+  static bool messageMatchesHTTPMessage(const QVHTTPMessage&) { return false; }
+  static bool messageMatchesRequest(const QVIPMessage*, const QVHTTPMessage&) { return false; }
+
   // The name of the message's class, "QVIPPairSetupRequestMessage" for one.
   virtual const char* className() const = 0;
 
@@ -53,7 +65,10 @@ class QV_EXPORT QVIPMessage {
   const std::shared_ptr<QVIPMessage>& request() const { return request_; }
   void setRequest(std::shared_ptr<QVIPMessage> request) { request_ = std::move(request); }
 
-  // Every text that the message ever set, in order, with what it concerns.
+  // Every text that the message ever set, in order, with what it concerns, and the texts that gave
+  // way to an earlier one. A fault that repeats the one before it is not kept again, nor is any
+  // after the first 10,000.
+  static constexpr std::size_t kMaximumFaults = 10'000;
   const std::vector<QVMessageFault>& faults() const { return faults_; }
 
   // The status codes that a response of this class may carry.
@@ -75,9 +90,19 @@ class QV_EXPORT QVIPMessage {
 
   // Sets the error description and keeps the fault.
   void setFault(QVMessageFault fault);
+  // The HTTP message, or an empty one when a host took it away.
+  const QVHTTPMessage& httpMessageOrEmpty() const;
+  // Keeps the fault, for a text that yields to the error description already set.
+  void keepFault(QVMessageFault fault);
 
  private:
-  friend struct MessageClassRow;
+  // The steps of the validation; one that answers false ends it.
+  void checkStatusCode();
+  void checkNoContent();
+  bool readJSONBody(std::optional<Value>& dictionary);
+  bool checkMultiStatus(const std::optional<Value>& dictionary);
+  void checkInternalServerError(const std::optional<Value>& dictionary);
+
   std::shared_ptr<QVHTTPMessage> httpMessage_;
   std::optional<std::string> errorDescription_;
   std::shared_ptr<QVIPMessage> request_;

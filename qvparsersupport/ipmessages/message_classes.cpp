@@ -1,0 +1,50 @@
+#include "qvparsersupport/ipmessages/ip_message.h"
+#include "qvparsersupport/ipmessages/json_message.h"
+#include "qvparsersupport/ipmessages/message_class.h"
+#include "qvparsersupport/ipmessages/tlv8_message.h"
+
+namespace qv {
+
+namespace {
+
+template <class Message>
+constexpr QVIPMessageClass rowOf() {
+  return {Message::kClassName, &Message::messageMatchesHTTPMessage, &Message::messageMatchesRequest,
+          []() -> std::shared_ptr<QVIPMessage> { return std::make_shared<Message>(); }};
+}
+
+// The recognition rules exclude each other, so the order decides nothing.
+constexpr QVIPMessageClass kMessageClasses[] = {
+    // Bases, which recognise nothing.
+    rowOf<QVIPTLV8PayloadMessage>(),
+    rowOf<QVIPJSONPayloadMessage>(),
+    // Requests.
+    rowOf<QVIPPairSetupRequestMessage>(),
+    rowOf<QVIPPairVerifyRequestMessage>(),
+    rowOf<QVIPPairingsRequestMessage>(),
+    rowOf<QVIPAccessoryAttributeDatabaseRequestMessage>(),
+    rowOf<QVIPMultipleCharacteristicReadRequestMessage>(),
+    rowOf<QVIPMultipleCharacteristicWriteRequestMessage>(),
+    rowOf<QVIPPrepareRequestMessage>(),
+    rowOf<QVIPIdentifyRequestMessage>(),
+    rowOf<QVHTTPSnapshotRequestMessage>(),
+    // Responses.
+    rowOf<QVIPPairSetupResponseMessage>(),
+    rowOf<QVIPPairVerifyResponseMessage>(),
+    rowOf<QVIPPairingsResponseMessage>(),
+    rowOf<QVIPAccessoryAttributeDatabaseResponseMessage>(),
+    rowOf<QVIPMultipleCharacteristicReadResponseMessage>(),
+    rowOf<QVIPMultipleCharacteristicWriteResponseMessage>(),
+    rowOf<QVIPPrepareResponseMessage>(),
+    rowOf<QVIPIdentifyResponseMessage>(),
+    rowOf<QVHTTPSnapshotResponseMessage>(),
+    rowOf<QVIPEventNotificationMessage>(),
+};
+
+}  // namespace
+
+std::span<const QVIPMessageClass> QVIPMessage::_messageClasses() {
+  return kMessageClasses;
+}
+
+}  // namespace qv

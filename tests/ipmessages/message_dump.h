@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "qvparsersupport/ipmessages/ip_message.h"
+
+namespace qv::test {
+
+// A line for each fault: rule, part, range, path of the TLV8 field, text; then the description,
+// when it is another text than the last fault's.
+inline std::string faultsOf(const QVIPMessage& message) {
+  static constexpr const char* kParts[] = {"-", "start", "header", "body"};
+  std::string out;
+  for (const QVMessageFault& fault : message.faults()) {
+    out += std::string(fault.rule) + " " + kParts[static_cast<int>(fault.part)];
+    if (fault.range) {
+      out += " " + std::to_string(fault.range->offset) + "+" + std::to_string(fault.range->length);
+    }
+    if (!fault.tlv8Path.empty()) out += " " + fault.tlv8Path;
+    out += ": " + fault.text + "\n";
+  }
+  const std::string last = message.faults().empty() ? "null" : message.faults().back().text;
+  const std::string description = message.errorDescription().value_or("null");
+  return description == last ? out : out + description + "\n";
+}
+
+inline std::shared_ptr<QVIPMessage> requestFrom(const std::string& firstTwoItems) {
+  return QVIPMessage::requestMessageForHeader(bytesOf(firstTwoItems + " HTTP/1.1\r\n"),
+                                              std::nullopt);
+}
+
+}  // namespace qv::test
