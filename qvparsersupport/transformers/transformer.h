@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,6 +17,9 @@ namespace qv {
 // The error domain for hosts that wrap a description into an error object:
 // "com.corvid.QVTransformer".
 QV_EXPORT extern const char* const QVTransformerErrorDomain;
+
+class QVTransformer;
+using QVTransformerList = std::vector<std::shared_ptr<const QVTransformer>>;
 
 // Converts characteristic values between their in-memory form and the form that one transport
 // carries, and checks them against a definition. Transformers are immutable, shared, and live as
@@ -45,6 +49,14 @@ class QV_EXPORT QVTransformer {
                              const QVCharacteristicXMLObject& characteristic,
                              ErrorSlot errorDescription = nullptr) const;
 
+  // New instances of what the class registers. The base registers nothing: null. A family's base
+  // answers an empty list, a concrete class its own one, some of one instance for each type code.
+  static std::optional<QVTransformerList> sharedInstances() { return std::nullopt; }
+
+  using Registry =
+      std::map<QVTransport, std::map<QVFormatType, std::shared_ptr<const QVTransformer>>>;
+  // Everything that is registered; built at the first call, never changed or destroyed.
+  static const Registry& _transformerMapping();
   // The registered transformer; null where the registry has a gap.
   static std::shared_ptr<const QVTransformer> transformerForTransport(QVTransport transport,
                                                                       QVFormatType format);
