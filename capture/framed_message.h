@@ -1,0 +1,134 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "qvparsersupport/common/bytes.h"
+#include "qvparsersupport/common/export.h"
+
+// What cutting a captured byte stream into messages yields. Offsets count bytes from the start of
+// the stream of one direction; everything is owned by the item that holds it.
+namespace qv::capture {
+
+enum class Direction : std::uint8_t {
+  toAccessory,   // requests
+  toController,  // responses and EVENT/1.0 notifications
+};
+
+// What the start line promises. The framer does not judge it: a response that is cut inside its
+// first word is unknown.
+enum class MessageKind : std::uint8_t { unknown, request, response, informational, event };
+
+// How the end of the body was found.
+enum class BodyFraming : std::uint8_t {
+  none,
+  contentLength,
+  chunked,
+  untilClose,
+  strayAfter204,  // bytes that follow a 204 and begin no message
+};
+
+// Why a message may not be judged as a whole. Only `complete` messages may.
+enum class Completeness : std::uint8_t {
+  complete,
+  headerCut,         // the stream ended inside the header
+  bodyCut,           // the stream ended inside the body; what was there is delivered
+  chunkUnreadable,   // delivered up to the place where the chunked coding broke
+  lengthUnreadable,  // the header announces a body whose length cannot be told; no body
+  tooLarge,          // larger than the limit; no body, and the header only up to the limit
+};
+
+// A short text for a report, "the capture ends inside the body"; empty for `complete`.
+QV_EXPORT const char* completenessText(Completeness completeness);
+
+enum class FramingNoteKind : std::uint8_t {
+  emptyLinesBeforeStartLine,
+  bareLineFeed,
+  bareCarriageReturn,
+  spaceBeforeColon,
+  foldedFramingField,
+  contentLengthRepeated,
+  contentLengthDiffers,
+  contentLengthSigned,
+  contentLengthUnreadable,
+  contentLengthHuge,
+  contentLengthBesideTransferEncoding,
+  unknownTransferCoding,
+  announcedBodyMissing,
+  chunkSizeUnreadable,
+  chunkSizeOverflow,
+  chunkLineTooLong,
+  chunkDataUnterminated,
+  trailersPresent,
+  trailersUnterminated,
+  bodyEndedByClose,
+  startLineInBody,
+  strayBodyAfter204,
+  largerThanLimit,
+};
+
+// A fact about how a message was framed that is worth telling. A message carries at most one note
+// of each kind, for the first place where it applies.
+struct FramingNote {
+  FramingNoteKind kind;
+  std::string text;
+  std::uint64_t offset = 0;
+  std::uint64_t length = 0;
+};
+
+// A run of body bytes that stood together in the stream; it ends where the next one begins.
+struct BodySegment {
+  std::uint64_t bodyOffset = 0;
+  std::uint64_t streamOffset = 0;
+};
+
+struct FramedMessage {
+  Direction direction = Direction::toAccessory;
+  MessageKind kind = MessageKind::unknown;
+  // The item's extent in the stream: from the empty lines before the start line, if there are any,
+  // to the end of the body, chunk lines and trailers included.
+  std::uint64_t beginOffset = 0;
+  std::uint64_t endOffset = 0;
+  // Start line and field lines as captured, with the last one's line end, without the blank line.
+  std::uint64_t headerOffset = 0;
+  Bytes header;
+  // The first byte of the body, or where it would stand. Null when the body has no bytes, however
+  // it was announced; chunked bodies are decoded, other transfer codings left as they are.
+  std::uint64_t bodyOffset = 0;
+  std::optional<Bytes> body;
+  std::vector<BodySegment> segments;
+  BodyFraming framing = BodyFraming::none;
+  Completeness completeness = Completeness::complete;
+  // False when the next message was found by searching, so that others may have been missed.
+  bool endKnown = true;
+  std::vector<FramingNote> notes;
+
+  bool complete() const { return completeness == Completeness::complete; }
+  // Where a byte of the body stood in the stream; the end of the body maps to the place after its
+  // last byte, and so does anything beyond.
+  QV_EXPORT std::uint64_t streamOffsetOf(std::uint64_t offsetInBody) const;
+};
+
+enum class DamageKind : std::uint8_t { noMessage, looksLikeTLS, emptyLines };
+
+// Bytes that were skipped because no message begins there.
+struct Damage {
+  DamageKind kind = DamageKind::noMessage;
+  std::string text;  // "17 bytes that begin no message"
+  std::uint64_t offset = 0;
+  std::uint64_t length = 0;
+  // A few stray bytes without a line end hide no message; others may.
+  bool mayHideMessages = false;
+};
+
+using StreamItem = std::variant<FramedMessage, Damage>;
+
+// True when the items stand one after the other, leave out no byte of the stream and point nowhere
+// outside of themselves. Holds for everything that an HTTPFramer yields for a finished stream.
+QV_EXPORT bool accountsForEveryByte(std::span<const StreamItem> items, std::uint64_t streamLength);
+
+}  // namespace qv::capture

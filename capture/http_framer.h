@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "capture/framed_message.h"
+#include "qvparsersupport/common/bytes.h"
+#include "qvparsersupport/common/export.h"
+
+namespace qv::capture {
+
+struct FramingLimits {
+  // The stretch of the stream, from the start line to the last body byte, that one message may
+  // take. A larger one is delivered without its body, and what is over is not held in memory.
+  std::uint64_t messageBytes = std::uint64_t{64} << 20;
+};
+
+// Cuts the bytes of one direction of one connection into HTTP/1.1 messages (RFC 9112, section 6).
+//
+//   framer.feed(bytes);                       // in pieces of any size; the items are the same
+//   while (auto item = framer.next()) { ... } // in stream order
+//   framer.finish();                          // the capture ends here
+//   while (auto item = framer.next()) { ... }
+//
+// Bytes are only taken in by `feed`; the work is done in `next`. Drain it after each piece, and
+// memory holds no more than the piece and the message under construction. Time is linear in bytes.
+//
+// Nothing is tidied and nothing judged: start lines pass as they are, and whatever cannot be framed
+// by the rules is a note on the message or a Damage item. A stream that ends inside a message
+// leaves it incomplete. Where the next message is lost, it is found by searching for a start line.
+//
+// A response is framed without its request, so an answer to HEAD (which the protocol does not use)
+// is expected to carry the body that it announces. A 204 is delivered when the bytes after it, or
+// the end, show whether a body strays there.
+class QV_EXPORT HTTPFramer {
+ public:
+  explicit HTTPFramer(Direction direction, FramingLimits limits = {});
+  HTTPFramer(HTTPFramer&&) noexcept;
+  HTTPFramer& operator=(HTTPFramer&&) noexcept;
+  ~HTTPFramer();
+
+  Direction direction() const;
+
+  // Copies the bytes. Does nothing after `finish`.
+  void feed(ByteView bytes);
+  void finish();
+
+  // Null when more bytes are needed or, after `finish`, when everything was delivered.
+  std::optional<StreamItem> next();
+
+  // Heap bytes held: what was fed and not yet framed, and the message under construction.
+  std::size_t bufferedBytes() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace qv::capture
