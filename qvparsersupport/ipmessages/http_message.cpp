@@ -8,11 +8,24 @@ namespace qv {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
-constexpr std::string_view kLineEnds = "\r\n";
-
 bool isBlank(char character) {
   return character == ' ' || character == '\t';
+}
+
+bool isLineEnd(char character) {
+  return character == '\r' || character == '\n';
+}
+
+// The text up to the first such character, which is taken off `rest` with its end; all of it, and
+// then no rest, when there is none.
+template <class Predicate>
+std::string_view takeUntil(std::optional<std::string_view>& rest, Predicate isEnd) {
+  const std::string_view text = *rest;
+  std::size_t length = 0;
+  while (length < text.size() && !isEnd(text[length])) ++length;
+  rest.reset();
+  if (length < text.size()) rest = text.substr(length + 1);
+  return text.substr(0, length);
 }
 
 bool isASCII(ByteView bytes) {
@@ -66,16 +79,13 @@ struct StartLine {
 // first line and so no items, whereas an empty first line has one, the empty text.
 StartLine startLineOf(std::string_view header) {
   StartLine result;
-  const std::string_view line = header.substr(0, header.find_first_of(kLineEnds));
-  result.range = {0, line.size()};
+  std::optional<std::string_view> rest = header;
+  rest = takeUntil(rest, isLineEnd);
+  result.range = {0, rest->size()};
   if (header.empty()) return result;
-  const std::size_t first = line.find_first_of(kBlanks);
-  result.item0 = line.substr(0, first);
-  if (first == std::string_view::npos) return result;
-  const std::size_t second = line.find_first_of(kBlanks, first + 1);
-  result.item1 = line.substr(first + 1, second - first - 1);
-  if (second == std::string_view::npos) return result;
-  result.item2 = line.substr(second + 1);
+  result.item0 = takeUntil(rest, isBlank);
+  if (rest) result.item1 = takeUntil(rest, isBlank);
+  result.item2 = rest;
   return result;
 }
 
@@ -115,7 +125,7 @@ QVHTTPHeaderFields QVHTTPHeaderFields::fromPairs(
     text += ": ";
     result.fields_.push_back({begin, name.size(), text.size(), value.size()});
     text += value;
-    text += kLineEnds;
+    text += "\r\n";
   }
   const auto owned = std::make_shared_for_overwrite<char[]>(text.size());
   std::copy(text.begin(), text.end(), owned.get());
