@@ -47,7 +47,7 @@ QVIPJSONValueType kindOf(const std::optional<Value>& value) {
 }  // namespace
 
 void QVIPJSONObject::initWithJSONObject(std::optional<Value> jsonObject,
-                                        std::shared_ptr<QVIPJSONObject> parent,
+                                        const std::shared_ptr<QVIPJSONObject>& parent,
                                         QVIPJSONValueType type) {
   jsonObject_ = std::move(jsonObject);
   parent_ = parent;

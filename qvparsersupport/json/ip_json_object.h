@@ -44,10 +44,10 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
 
   template <class Object>
   static std::shared_ptr<Object> make(std::optional<Value> jsonObject,
-                                      std::shared_ptr<QVIPJSONObject> parent,
+                                      const std::shared_ptr<QVIPJSONObject>& parent,
                                       QVIPJSONValueType type = QVIPJSONValueType::unspecified) {
     auto object = std::make_shared<Object>();
-    object->initWithJSONObject(std::move(jsonObject), std::move(parent), type);
+    object->initWithJSONObject(std::move(jsonObject), parent, type);
     return object;
   }
 
@@ -55,7 +55,8 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   // inferred, true and false then being numbers. Subclasses call this first and then read their
   // keys. "No value at all" is of no kind, `null` included.
   virtual void initWithJSONObject(std::optional<Value> jsonObject,
-                                  std::shared_ptr<QVIPJSONObject> parent, QVIPJSONValueType type);
+                                  const std::shared_ptr<QVIPJSONObject>& parent,
+                                  QVIPJSONValueType type);
 
   // Null when the value was not of the kind asked for.
   const std::optional<Value>& jsonObject() const { return jsonObject_; }

@@ -14,7 +14,7 @@ using Objects = std::vector<std::shared_ptr<QVIPJSONObject>>;
 std::shared_ptr<QVIPJSONObject> make(std::optional<Value> value,
                                      std::shared_ptr<QVIPJSONObject> parent = nullptr,
                                      int type = 0) {
-  return QVIPJSONObject::make<QVIPJSONObject>(std::move(value), std::move(parent),
+  return QVIPJSONObject::make<QVIPJSONObject>(std::move(value), parent,
                                               static_cast<QVIPJSONValueType>(type));
 }
 
