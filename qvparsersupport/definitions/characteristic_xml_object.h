@@ -9,13 +9,17 @@
 #include "qvparsersupport/definitions/definition_list.h"
 #include "qvparsersupport/definitions/enum_xml_object.h"
 #include "qvparsersupport/definitions/tlv8_xml_object.h"
+#include "qvparsersupport/definitions/transport_family.h"
 #include "qvparsersupport/definitions/xml_object.h"
 #include "qvparsersupport/vocabulary/types.h"
 
 namespace qv {
 
+class QVCharacteristicXMLObject;
 class QVIdentifier;
 class QVTransformer;
+
+extern template class QVTransportFamily<QVCharacteristicXMLObject>;
 
 // One permission of a characteristic.
 class QV_EXPORT QVCharacteristicPropertyXMLObject : public QVXMLObject {
@@ -33,21 +37,16 @@ class QV_EXPORT QVCharacteristicPropertyXMLObject : public QVXMLObject {
   const char* className() const override { return "QVCharacteristicPropertyXMLObject"; }
 
  private:
+  void load(std::shared_ptr<const XMLElement> source);
+
   std::optional<std::string> name_;
   QVPermissionType type_ = QVPermissionType::none;
 };
 
 // One kind of accessory value, as a small tree: a parent read from the `characteristic` element and
-// up to two instances read from its `ip` and `btle` children. An instance stores what its own
-// element says and reads everything else through to its parent, `maximumLength` excepted.
-//
-// Lifetime: the parent owns its instances and an instance refers back without owning. A handle that
-// `ip()` or `btle()` answers keeps the whole family alive, so an instance can be read in full for
-// as long as somebody holds it. An instance that a host built itself and whose parent is gone reads
-// as if it had none.
-class QV_EXPORT QVCharacteristicXMLObject
-    : public QVXMLObject,
-      public std::enable_shared_from_this<QVCharacteristicXMLObject> {
+// up to two instances read from its `ip` and `btle` children (see QVTransportFamily for what they
+// share and how long they live).
+class QV_EXPORT QVCharacteristicXMLObject : public QVTransportFamily<QVCharacteristicXMLObject> {
  public:
   static std::shared_ptr<QVCharacteristicXMLObject> initWithXMLElement(
       std::shared_ptr<const XMLElement> element);
@@ -58,12 +57,8 @@ class QV_EXPORT QVCharacteristicXMLObject
   // A bare definition outside any document, with only its format set.
   static std::shared_ptr<QVCharacteristicXMLObject> initWithFormat(QVFormatType format);
   std::span<const std::string_view> allowedAttributeKeys() const override;
-  std::string description() const override;
 
   // Inherited from the parent when unset; null (format: none) when the parent has none either.
-  std::optional<std::string> name() const;
-  std::optional<std::string> uuid() const;  // lower case
-  std::optional<std::string> uti() const;   // lower case
   QVFormatType format() const;
   DefinitionList<QVCharacteristicPropertyXMLObject> properties() const;
   // Signed 64-bit integers for the integer formats, single-precision floats for `float`.
@@ -76,10 +71,6 @@ class QV_EXPORT QVCharacteristicXMLObject
 
   // Deliberate: the one limit that is not inherited.
   const std::optional<Number>& maximumLength() const { return maximumLength_; }
-  QVTransport transport() const { return transport_; }
-  std::shared_ptr<QVCharacteristicXMLObject> parent() const { return parent_.lock(); }
-  std::shared_ptr<QVCharacteristicXMLObject> ip() const;
-  std::shared_ptr<QVCharacteristicXMLObject> btle() const;
 
   // Two slots for a client's own use; null at first, never touched by the library.
   using Transformers = std::optional<std::vector<std::shared_ptr<const QVTransformer>>>;
@@ -90,30 +81,42 @@ class QV_EXPORT QVCharacteristicXMLObject
   void setCachedIdentifiers(Identifiers list) { cachedIdentifiers_ = std::move(list); }
 
   // Each sets this object's own value only.
-  void setName(std::optional<std::string> name);
-  void setUuid(std::optional<std::string> uuid);
-  void setUti(std::optional<std::string> uti);
   void setFormat(QVFormatType format) { format_ = format; }
-  void setProperties(DefinitionList<QVCharacteristicPropertyXMLObject> properties);
+  void setProperties(DefinitionList<QVCharacteristicPropertyXMLObject> list) {
+    properties_ = std::move(list);
+  }
   void setMinValue(std::optional<Number> value) { minValue_ = value; }
   void setMaxValue(std::optional<Number> value) { maxValue_ = value; }
   void setStep(std::optional<Number> value) { step_ = value; }
   void setUnit(std::optional<std::string> unit) { unit_ = std::move(unit); }
   void setMaximumLength(std::optional<Number> length) { maximumLength_ = length; }
-  void setEnumDefinition(std::shared_ptr<QVEnumXMLObject> definition);
-  void setTlv8Definition(std::shared_ptr<QVTLV8XMLObject> definition);
-  void setTransport(QVTransport transport);
-  void setParent(const std::shared_ptr<QVCharacteristicXMLObject>& parent);
-  void setIp(std::shared_ptr<QVCharacteristicXMLObject> instance);
-  void setBtle(std::shared_ptr<QVCharacteristicXMLObject> instance);
+  void setEnumDefinition(std::shared_ptr<QVEnumXMLObject> definition) {
+    enumDefinition_ = std::move(definition);
+  }
+  void setTlv8Definition(std::shared_ptr<QVTLV8XMLObject> definition) {
+    tlv8Definition_ = std::move(definition);
+  }
 
  protected:
   const char* className() const override { return "QVCharacteristicXMLObject"; }
 
  private:
-  std::optional<std::string> name_;
-  std::optional<std::string> uuid_;
-  std::optional<std::string> uti_;
+  friend class QVTransportFamily<QVCharacteristicXMLObject>;
+  struct Children;
+
+  void load(std::shared_ptr<const XMLElement> source,
+            const std::shared_ptr<QVCharacteristicXMLObject>& parentCharacteristic,
+            QVTransport transport);
+  void loadFormat(const TaggedChildren& format);
+  std::optional<Number> limitFromText(std::string_view text) const;
+  void loadRange(const Children& children);
+  void loadStep(const TaggedChildren& step);
+  void loadMaximumLength(const TaggedChildren& format);
+  void loadEnum(const TaggedChildren& format);
+  void loadTlv8(const TaggedChildren& format);
+  void loadProperties(const TaggedChildren& properties);
+  void validateContents() const;
+
   QVFormatType format_ = QVFormatType::none;
   DefinitionList<QVCharacteristicPropertyXMLObject> properties_;
   std::optional<Number> minValue_;
@@ -123,10 +126,6 @@ class QV_EXPORT QVCharacteristicXMLObject
   std::optional<Number> maximumLength_;
   std::shared_ptr<QVEnumXMLObject> enumDefinition_;
   std::shared_ptr<QVTLV8XMLObject> tlv8Definition_;
-  QVTransport transport_ = QVTransport::none;
-  std::weak_ptr<QVCharacteristicXMLObject> parent_;
-  std::shared_ptr<QVCharacteristicXMLObject> ip_;
-  std::shared_ptr<QVCharacteristicXMLObject> btle_;
   Transformers cachedTransformers_;
   Identifiers cachedIdentifiers_;
 };

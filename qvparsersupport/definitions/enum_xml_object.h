@@ -36,6 +36,8 @@ class QV_EXPORT QVEnumValueXMLObject : public QVXMLObject {
   const char* className() const override { return "QVEnumValueXMLObject"; }
 
  private:
+  void load(std::shared_ptr<const XMLElement> source);
+
   std::optional<std::string> symbol_;
   std::optional<std::string> value_;
   std::optional<std::string> valueDescription_;
@@ -70,6 +72,11 @@ class QV_EXPORT QVEnumXMLObject : public QVXMLObject {
   const char* className() const override { return "QVEnumXMLObject"; }
 
  private:
+  void load(std::shared_ptr<const XMLElement> source);
+  void loadFormat();
+  void loadBitmask();
+  void loadValues();
+
   std::optional<std::string> name_;
   QVFormatType format_ = QVFormatType::none;
   bool isBitmask_ = false;

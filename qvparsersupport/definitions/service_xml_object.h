@@ -6,10 +6,15 @@
 
 #include "qvparsersupport/definitions/characteristic_xml_object.h"
 #include "qvparsersupport/definitions/definition_list.h"
+#include "qvparsersupport/definitions/transport_family.h"
 #include "qvparsersupport/definitions/xml_object.h"
 #include "qvparsersupport/vocabulary/types.h"
 
 namespace qv {
+
+class QVServiceXMLObject;
+
+extern template class QVTransportFamily<QVServiceXMLObject>;
 
 // One reference of a service to a characteristic by name, UTI or UUID. Made only while resolving.
 class QV_EXPORT QVServiceCharacteristicReferenceXMLObject : public QVXMLObject {
@@ -29,15 +34,15 @@ class QV_EXPORT QVServiceCharacteristicReferenceXMLObject : public QVXMLObject {
   const char* className() const override { return "QVServiceCharacteristicReferenceXMLObject"; }
 
  private:
+  void load(std::shared_ptr<const XMLElement> source);
+
   std::optional<std::string> ref_;
 };
 
 // A function of an accessory: the characteristics that it must and may have. A small tree of a
-// parent and its transport instances, with the inheritance and the lifetime of characteristic
-// definitions (see QVCharacteristicXMLObject). The lists hold transport instances of
+// parent and its transport instances (see QVTransportFamily). The lists hold transport instances of
 // characteristics.
-class QV_EXPORT QVServiceXMLObject : public QVXMLObject,
-                                     public std::enable_shared_from_this<QVServiceXMLObject> {
+class QV_EXPORT QVServiceXMLObject : public QVTransportFamily<QVServiceXMLObject> {
  public:
   static std::shared_ptr<QVServiceXMLObject> initWithXMLElement(
       std::shared_ptr<const XMLElement> element);
@@ -45,44 +50,31 @@ class QV_EXPORT QVServiceXMLObject : public QVXMLObject,
       std::shared_ptr<const XMLElement> element, const std::shared_ptr<QVServiceXMLObject>& parent,
       QVTransport transport);
   std::span<const std::string_view> allowedAttributeKeys() const override;
-  std::string description() const override;
 
   // Inherited from the parent when unset.
-  std::optional<std::string> name() const;
-  std::optional<std::string> uuid() const;  // lower case
-  std::optional<std::string> uti() const;   // lower case
   DefinitionList<QVCharacteristicXMLObject> required() const;
   DefinitionList<QVCharacteristicXMLObject> optional() const;
 
-  QVTransport transport() const { return transport_; }
-  std::shared_ptr<QVServiceXMLObject> parent() const { return parent_.lock(); }
-  std::shared_ptr<QVServiceXMLObject> ip() const;
-  std::shared_ptr<QVServiceXMLObject> btle() const;
-
   // Each sets this object's own value only.
-  void setName(std::optional<std::string> name);
-  void setUuid(std::optional<std::string> uuid);
-  void setUti(std::optional<std::string> uti);
   void setRequired(DefinitionList<QVCharacteristicXMLObject> list) { required_ = std::move(list); }
   void setOptional(DefinitionList<QVCharacteristicXMLObject> list) { optional_ = std::move(list); }
-  void setTransport(QVTransport transport);
-  void setParent(const std::shared_ptr<QVServiceXMLObject>& parent);
-  void setIp(std::shared_ptr<QVServiceXMLObject> instance);
-  void setBtle(std::shared_ptr<QVServiceXMLObject> instance);
 
  protected:
   const char* className() const override { return "QVServiceXMLObject"; }
 
  private:
-  std::optional<std::string> name_;
-  std::optional<std::string> uuid_;
-  std::optional<std::string> uti_;
+  friend class QVTransportFamily<QVServiceXMLObject>;
+
+  void load(std::shared_ptr<const XMLElement> source,
+            const std::shared_ptr<QVServiceXMLObject>& parent, QVTransport transport);
+  DefinitionList<QVCharacteristicXMLObject> resolvedList(const TaggedChildren& list) const;
+  std::shared_ptr<QVCharacteristicXMLObject> instanceForTransport(
+      const QVCharacteristicXMLObject& characteristic,
+      const std::shared_ptr<const XMLElement>& reference) const;
+  void validateContents() const;
+
   DefinitionList<QVCharacteristicXMLObject> required_;
   DefinitionList<QVCharacteristicXMLObject> optional_;
-  QVTransport transport_ = QVTransport::none;
-  std::weak_ptr<QVServiceXMLObject> parent_;
-  std::shared_ptr<QVServiceXMLObject> ip_;
-  std::shared_ptr<QVServiceXMLObject> btle_;
 };
 
 }  // namespace qv

@@ -45,6 +45,13 @@ class QV_EXPORT QVTLV8FieldXMLObject : public QVXMLObject {
   const char* className() const override { return "QVTLV8FieldXMLObject"; }
 
  private:
+  void load(std::shared_ptr<const XMLElement> source);
+  void loadType();
+  void loadFormat();
+  void loadMaximumLength();
+  void loadEnum();
+  void loadTlv8();
+
   std::uint8_t type_ = 0;
   std::optional<std::string> name_;
   QVFormatType format_ = QVFormatType::none;
@@ -70,6 +77,8 @@ class QV_EXPORT QVTLV8XMLObject : public QVXMLObject {
   const char* className() const override { return "QVTLV8XMLObject"; }
 
  private:
+  void load(std::shared_ptr<const XMLElement> source);
+
   std::optional<std::string> name_;
   DefinitionList<QVTLV8FieldXMLObject> fields_;
 };

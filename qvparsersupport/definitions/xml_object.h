@@ -12,6 +12,8 @@
 
 namespace qv {
 
+struct TaggedChildren;
+
 // Base of every definition that is read from a profile element: keeps the element, refuses
 // attributes that the class does not know, and reads attributes of child elements. Every failure is
 // raised as the load-assertion error, which the symbol table's loader turns into an error
@@ -58,14 +60,32 @@ class QV_EXPORT QVXMLObject {
   void initWithElement(std::shared_ptr<const XMLElement> element);
   // The attribute of this definition's own element, or the load-assertion error that it is missing.
   std::string_view requiredAttribute(std::string_view attribute) const;
+  // What `optionalValueOfTag` answers, over children that are found already.
+  std::optional<std::string_view> valueAmong(const TaggedChildren& children,
+                                             std::string_view attribute) const;
+  // A handle to an element of this definition's document.
+  std::shared_ptr<const XMLElement> handleTo(const XMLElement* element) const {
+    return {element_, element};
+  }
+  // The definition's element as markup.
+  std::string elementText() const;
   // Raises with the definition's element as the place to look at.
   [[noreturn]] void raise(std::string reason, SourceOrigin origin = SourceOrigin::here()) const;
+  // To be called before every write that could change what a lookup answers.
+  void lookupKeyChanges() const {
+    if (isIndexed_) noteLookupKeyChange();
+  }
+  std::string descriptionWithName(const std::optional<std::string>& name) const;
   virtual const char* className() const { return "QVXMLObject"; }
 
  private:
+  friend class IndexedDefinitions;
+
   static std::shared_ptr<const XMLElement> elementOfNode(const XMLNode& node);
+  static void noteLookupKeyChange();
 
   std::shared_ptr<const XMLElement> element_;
+  bool isIndexed_ = false;
 };
 
 }  // namespace qv

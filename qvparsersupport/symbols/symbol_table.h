@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -45,13 +46,15 @@ class QV_EXPORT QVSymbolTable {
   bool loadDocuments(std::span<const std::shared_ptr<const XMLDocument>> documents,
                      ErrorSlot errorDescription = nullptr);
 
-  // Names are compared exactly.
-  std::shared_ptr<QVEnumXMLObject> enumWithName(std::string_view name) const;
-  std::shared_ptr<QVTLV8XMLObject> tlv8WithName(std::string_view name) const;
+  // Names are compared exactly. `user` is the element that a failure during a load is put down to.
+  std::shared_ptr<QVEnumXMLObject> enumWithName(std::string_view name,
+                                                const XMLElement* user = nullptr) const;
+  std::shared_ptr<QVTLV8XMLObject> tlv8WithName(std::string_view name,
+                                                const XMLElement* user = nullptr) const;
   // A ref is a name, a UTI or a UUID in any letter case. A parent matches through its instances;
   // one with neither instance is never found.
   std::shared_ptr<QVCharacteristicXMLObject> parentCharacteristicWithRef(
-      std::string_view ref) const;
+      std::string_view ref, const XMLElement* user = nullptr) const;
   std::shared_ptr<QVCharacteristicXMLObject> characteristicWithRef(std::string_view ref,
                                                                    QVTransport transport) const;
   std::shared_ptr<QVServiceXMLObject> parentServiceWithRef(std::string_view ref) const;
@@ -95,6 +98,9 @@ class QV_EXPORT QVSymbolTable {
 
  private:
   struct State;
+  // Runs a load from a table that was reset, and turns the load-assertion error into a failure.
+  bool guardedLoad(ErrorSlot errorDescription, const std::function<bool()>& load);
+
   std::unique_ptr<State> state_;
 };
 

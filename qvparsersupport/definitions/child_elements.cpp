@@ -1,0 +1,25 @@
+#include "qvparsersupport/definitions/child_elements.h"
+
+namespace qv {
+
+void findChildren(const XMLElement* element, std::span<TaggedChildren> tags) {
+  if (element == nullptr) return;
+  for (const XMLNode* node = element->firstChild(); node != nullptr; node = node->nextSibling()) {
+    const XMLElement* child = node->asElement();
+    if (child == nullptr) continue;
+    for (TaggedChildren& children : tags) {
+      if (child->name() != children.tag) continue;
+      if (children.count == 0) children.first = child;
+      ++children.count;
+      break;
+    }
+  }
+}
+
+TaggedChildren childrenWithTag(const XMLElement* element, std::string_view tag) {
+  TaggedChildren children{tag};
+  findChildren(element, {&children, 1});
+  return children;
+}
+
+}  // namespace qv

@@ -1,0 +1,109 @@
+#pragma once
+
+// Internal to the symbol table: a list of definitions with the index that makes lookups in it fast.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "qvparsersupport/definitions/definition_list.h"
+#include "qvparsersupport/definitions/lookup_generation.h"
+#include "qvparsersupport/symbols/key_table.h"
+
+namespace qv {
+
+// `find` always answers what `scan` does, the first match in list order. The index is used only
+// while it is certain to be right: built over definitions that nobody has written to since, whose
+// keys cannot change by somebody else's release of a handle. Lookups change nothing, so any number
+// of threads may look up at once.
+template <class Rule>
+class IndexedList {
+ public:
+  using Definition = typename Rule::Definition;
+  using Query = typename Rule::Query;
+  using Handle = std::shared_ptr<Definition>;
+
+  const DefinitionList<Definition>& list() const { return list_; }
+
+  void set(DefinitionList<Definition> list) {
+    list_ = std::move(list);
+    own_ = nullptr;
+    rebuild();
+  }
+
+  // Makes an empty list of a null one.
+  void append(std::span<const Handle> more) {
+    const bool wasUsable = std::exchange(usable_, false);
+    std::vector<Handle>& all = writableList(more.size());
+    const std::size_t before = all.size();
+    all.insert(all.end(), more.begin(), more.end());
+    if (!wasUsable || generation_ != lookupGeneration()) return rebuild();
+    usable_ = addToIndex(before);
+  }
+  void append(const Handle& one) { append({&one, 1}); }
+
+  Handle find(const Query& query) const {
+    const auto table = Rule::tableFor(query);
+    if (!table || !usable_ || generation_ != lookupGeneration()) return scan(query);
+    const auto position = tables_[*table].find(Rule::textOf(query));
+    return position ? (*list_)[*position] : nullptr;
+  }
+
+  Handle scan(const Query& query) const {
+    if (list_ == nullptr) return nullptr;
+    for (const Handle& each : *list_) {
+      if (each != nullptr && Rule::matches(*each, query)) return each;
+    }
+    return nullptr;
+  }
+
+ private:
+  // The list itself when nobody else holds it, otherwise a copy that takes its place.
+  std::vector<Handle>& writableList(std::size_t more) {
+    if (own_ == nullptr || list_.use_count() != 1) {
+      auto copy = std::make_shared<std::vector<Handle>>();
+      if (list_ != nullptr) {
+        copy->reserve(list_->size() + more);
+        copy->assign(list_->begin(), list_->end());
+      }
+      own_ = copy.get();
+      list_ = std::move(copy);
+    }
+    return *own_;
+  }
+
+  void rebuild() {
+    usable_ = false;
+    for (KeyTable& table : tables_) table.clear();
+    generation_ = lookupGeneration();
+    usable_ = addToIndex(0);
+  }
+
+  // False when one of the definitions makes an index over the list unreliable.
+  bool addToIndex(std::size_t first) {
+    if (list_ == nullptr) return true;
+    if (list_->size() > std::numeric_limits<std::uint32_t>::max()) return false;
+    for (std::size_t i = first; i < list_->size(); ++i) {
+      const Handle& each = (*list_)[i];
+      if (each == nullptr) continue;
+      if (!Rule::prepare(each)) return false;
+      Rule::forEachKey(*each, [&](std::size_t table, std::string_view key) {
+        tables_[table].insert(key, static_cast<std::uint32_t>(i));
+      });
+    }
+    return true;
+  }
+
+  DefinitionList<Definition> list_;
+  std::vector<Handle>* own_ = nullptr;  // the vector in `list_` when it was made here
+  std::array<KeyTable, Rule::kTables> tables_;
+  std::uint64_t generation_ = 0;
+  bool usable_ = true;
+};
+
+}  // namespace qv
