@@ -13,19 +13,8 @@ SharedBytes SharedBytes::copyOf(ByteView bytes) {
   return SharedBytes(block);
 }
 
-ByteView SharedBytes::view() const {
-  if (block_ == nullptr) return {};
-  return {reinterpret_cast<const std::uint8_t*>(block_ + 1), block_->size};
-}
-
 void SharedBytes::reserveReferences(std::size_t count) const {
   block_->references.fetch_add(count, std::memory_order_relaxed);
-}
-
-bool SharedBytes::abandonTo(const SharedBytes& other) noexcept {
-  if (block_ == nullptr || block_ != other.block_) return false;
-  block_ = nullptr;
-  return true;
 }
 
 void SharedBytes::releaseAbandoned(std::size_t count) const noexcept {

@@ -29,7 +29,10 @@ class QV_EXPORT SharedBytes {
   }
 
   bool isNull() const { return block_ == nullptr; }
-  ByteView view() const;
+  ByteView view() const {
+    if (block_ == nullptr) return {};
+    return {reinterpret_cast<const std::uint8_t*>(block_ + 1), block_->size};
+  }
 
   // Takes `count` references at once, each to be handed to a handle by `adoptReserved`; those never
   // handed on leak.
@@ -37,7 +40,11 @@ class QV_EXPORT SharedBytes {
   SharedBytes adoptReserved() const { return SharedBytes(block_); }
   // Empties the handle without giving its reference back; answers whether it shared the bytes of
   // `other`, who then owes one `releaseAbandoned`. A handle of other bytes is left alone.
-  bool abandonTo(const SharedBytes& other) noexcept;
+  bool abandonTo(const SharedBytes& other) noexcept {
+    if (block_ == nullptr || block_ != other.block_) return false;
+    block_ = nullptr;
+    return true;
+  }
   void releaseAbandoned(std::size_t count) const noexcept;
 
  private:

@@ -36,17 +36,9 @@ QVTLV8Field QVTLV8Field::initWithType(std::uint8_t type, std::optional<ByteView>
 }
 
 void QVTLV8Field::setValue(std::optional<ByteView> value) {
-  SharedBytes copy = value ? SharedBytes::copyOf(*value) : SharedBytes();
-  bytes_ = copy.view().data();
-  length_ = copy.view().size();
-  storage_ = std::move(copy);
-  hasValue_ = value.has_value();
-  isParsed_ = false;
-}
-
-std::size_t QVTLV8Field::parsedOffset() const {
-  const auto position = static_cast<std::size_t>(bytes_ - storage_.view().data());
-  return hasValue_ ? position - kHeaderLength : position;
+  storage_ = value ? SharedBytes::copyOf(*value) : SharedBytes();
+  item_ = nullptr;
+  origin_ = value ? Origin::ownValue : Origin::withoutValue;
 }
 
 std::shared_ptr<ValueObject> QVTLV8Field::objectValueWithErrorDescription(
@@ -62,7 +54,9 @@ struct QVTLV8Packet::ParsedFields {
   ParsedFields& operator=(const ParsedFields&) = delete;
   ~ParsedFields() {
     std::size_t count = 0;
-    for (QVTLV8Field& field : fields) count += field.storage_.abandonTo(storage) ? 1 : 0;
+    for (; !fields.empty(); fields.pop_back()) {
+      count += fields.back().storage_.abandonTo(storage) ? 1 : 0;
+    }
     storage.releaseAbandoned(count);
   }
 
@@ -91,20 +85,17 @@ void QVTLV8Packet::parse(std::optional<std::uint8_t> separator) {
   const ByteView data = data_.view();
   auto list = std::make_shared<ParsedFields>(data_);
   const std::size_t count = countOfItems(data, separator);
-  list->fields.resize(count);
+  list->fields.reserve(count);
   data_.reserveReferences(count);
 
   ByteView rest = data;
-  for (QVTLV8Field& field : list->fields) {
+  for (std::size_t i = 0; i < count; ++i) {
     const std::size_t length = itemLength(rest, separator);
+    QVTLV8Field& field = list->fields.emplace_back();
     field.storage_ = data_.adoptReserved();
+    field.item_ = rest.data();
     field.type_ = rest[0];
-    field.isParsed_ = true;
-    field.hasValue_ = length >= kHeaderLength;
-    const ByteView value = rest.subspan(field.hasValue_ ? kHeaderLength : 0,
-                                        field.hasValue_ ? length - kHeaderLength : 0);
-    field.bytes_ = value.data();
-    field.length_ = value.size();
+    if (length >= kHeaderLength) field.origin_ = QVTLV8Field::Origin::parsedItem;
     rest = rest.subspan(length);
   }
   parsedFields_ = QVTLV8FieldList(list, &list->fields);

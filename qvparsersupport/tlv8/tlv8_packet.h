@@ -27,13 +27,16 @@ class QV_EXPORT QVTLV8Field {
   // The value's bytes, valid as long as this field or a copy of it; null for a separator, empty for
   // an item of length 0.
   std::optional<ByteView> value() const {
-    return hasValue_ ? std::optional<ByteView>(ByteView(bytes_, length_)) : std::nullopt;
+    if (origin_ == Origin::parsedItem) return ByteView(item_ + 2, item_[1]);
+    return origin_ == Origin::ownValue ? std::optional(storage_.view()) : std::nullopt;
   }
   void setType(std::uint8_t type) { type_ = type; }
   void setValue(std::optional<ByteView> value);
 
   // Where the item's type byte stood in the buffer that was parsed; 0 for a field made by hand.
-  std::size_t offset() const { return isParsed_ ? parsedOffset() : 0; }
+  std::size_t offset() const {
+    return item_ != nullptr ? static_cast<std::size_t>(item_ - storage_.view().data()) : 0;
+  }
 
   // A plain field has no typed interpretation: always null, with "Unknown TLV8 field.".
   std::shared_ptr<ValueObject> objectValueWithErrorDescription(
@@ -41,14 +44,12 @@ class QV_EXPORT QVTLV8Field {
 
  private:
   friend class QVTLV8Packet;
-  std::size_t parsedOffset() const;
+  enum class Origin : std::uint8_t { withoutValue, ownValue, parsedItem };
 
-  SharedBytes storage_;
-  const std::uint8_t* bytes_ = nullptr;  // behind the item's type and length byte, if it has both
-  std::size_t length_ = 0;
+  SharedBytes storage_;                 // the whole buffer of a parsed field, or the own value
+  const std::uint8_t* item_ = nullptr;  // the type byte within the parsed buffer; null when by hand
   std::uint8_t type_ = 0;
-  bool hasValue_ = false;
-  bool isParsed_ = false;
+  Origin origin_ = Origin::withoutValue;
 };
 
 using QVTLV8FieldList = std::shared_ptr<const std::vector<QVTLV8Field>>;
@@ -57,8 +58,8 @@ using QVTLV8FieldList = std::shared_ptr<const std::vector<QVTLV8Field>>;
 // back. Never rejected: after a malformed item the packet holds the fields before it and an error
 // description. Items of the same type stay fields of their own; nothing is joined.
 //
-// Parsing takes linear time; the heap it needs is at most 33 bytes for each byte of the buffer (the
-// worst case is a buffer of separators, 17 without a separator) and a small constant.
+// Parsing takes linear time; the heap it needs is at most 25 bytes for each byte of the buffer (the
+// worst case is a buffer of separators, 13 without a separator) and a small constant.
 class QV_EXPORT QVTLV8Packet : public ValueObject {
  public:
   static std::shared_ptr<QVTLV8Packet> initWithData(ByteView data);
