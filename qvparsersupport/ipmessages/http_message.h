@@ -56,7 +56,8 @@ class QV_EXPORT QVHTTPMessage {
   static std::shared_ptr<QVHTTPMessage> initWithHeader(ByteView header,
                                                        std::optional<ByteView> body);
 
-  // The fields of a header block; null when it holds a byte above 127.
+  // The fields of a header block; null when it holds a byte above 127. Linear in its bytes; takes
+  // one copy of the block and 32 bytes for each field.
   static std::optional<QVHTTPHeaderFields> _parseHTTPHeader(ByteView header);
 
   // The value of the first field with exactly that name.

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "qvparsersupport/common/export.h"
+#include "qvparsersupport/definitions/tlv8_xml_object.h"
 #include "qvparsersupport/ipmessages/message_class.h"
 #include "qvparsersupport/tlv8/tlv8_packet.h"
 
@@ -19,9 +20,13 @@ class QV_EXPORT QVIPTLV8PayloadMessage : public QVIPMessage {
 
   // The decoded body, kept after the first success. Null when the content type is not the one that
   // the message must carry; then nothing is kept, and the next call checks again. A packet with
-  // faults is still answered; its fault replaces an earlier error description.
+  // faults is still answered. A decoding fault replaces an earlier error description; the
+  // first field that does not suit the definition is described only when nothing was before, but it
+  // is always among the faults.
   std::shared_ptr<QVTLV8Packet> tlv8Payload();
 
+  // The definition to check the packet against; null for no check.
+  virtual std::shared_ptr<QVTLV8XMLObject> tlv8Definition() const { return nullptr; }
   // The content type that the message must carry, compared exactly; null for no check.
   virtual std::optional<std::string> tlv8MIMEType() const { return std::nullopt; }
 
@@ -33,6 +38,7 @@ class QV_EXPORT QVIPTLV8PayloadMessage : public QVIPMessage {
  private:
   bool checkContentType();
   void decodeBody();
+  void validateFields();
 
   std::shared_ptr<QVTLV8Packet> cachedTLV8Packet_;
 };
@@ -40,6 +46,9 @@ class QV_EXPORT QVIPTLV8PayloadMessage : public QVIPMessage {
 // What the six pairing messages share.
 class QV_EXPORT QVIPPairingMessage : public QVIPTLV8PayloadMessage {
  public:
+  // The definition named "Pairing" of the shared symbol table, looked up anew at each call; null
+  // when no profile defines it. Never raises, a load in progress or not.
+  std::shared_ptr<QVTLV8XMLObject> tlv8Definition() const override;
   std::optional<std::string> tlv8MIMEType() const override;
 };
 
