@@ -36,19 +36,21 @@ QVTransportFamily<Definition>::~QVTransportFamily() {
   const auto isNested = [](const std::shared_ptr<Definition>& instance) {
     return instance != nullptr && (instance->ip_ != nullptr || instance->btle_ != nullptr);
   };
-  if (!isNested(ip_) && !isNested(btle_)) return;
+  if (!isNested(ip_) && !isNested(btle_) && replaced_ == nullptr) return;
   try {
     std::vector<std::shared_ptr<Definition>> pending;
-    pending.reserve(2);
-    pending.push_back(std::move(ip_));
-    pending.push_back(std::move(btle_));
+    if (replaced_ != nullptr) pending = std::move(*replaced_);
+    const auto take = [&](std::shared_ptr<Definition>& instance) {
+      if (instance != nullptr) pending.push_back(std::move(instance));
+    };
+    take(ip_);
+    take(btle_);
     while (!pending.empty()) {
       const std::shared_ptr<Definition> last = std::move(pending.back());
       pending.pop_back();
-      if (last == nullptr || last.use_count() != 1) continue;
-      pending.reserve(pending.size() + 2);
-      pending.push_back(std::move(last->ip_));
-      pending.push_back(std::move(last->btle_));
+      if (last.use_count() != 1) continue;
+      take(last->ip_);
+      take(last->btle_);
     }
   } catch (const std::bad_alloc&) {  // what is left goes the ordinary way
   }
@@ -117,13 +119,26 @@ void QVTransportFamily<Definition>::setParent(const std::shared_ptr<Definition>&
 template <class Definition>
 void QVTransportFamily<Definition>::setIp(std::shared_ptr<Definition> instance) {
   this->lookupKeyChanges();
-  ip_ = withoutFamilyHandle(std::move(instance));
+  replace(ip_, withoutFamilyHandle(std::move(instance)));
 }
 
 template <class Definition>
 void QVTransportFamily<Definition>::setBtle(std::shared_ptr<Definition> instance) {
   this->lookupKeyChanges();
-  btle_ = withoutFamilyHandle(std::move(instance));
+  replace(btle_, withoutFamilyHandle(std::move(instance)));
+}
+
+template <class Definition>
+void QVTransportFamily<Definition>::replace(std::shared_ptr<Definition>& slot,
+                                            std::shared_ptr<Definition> instance) {
+  if (slot == instance) return;
+  if (slot != nullptr) {
+    if (replaced_ == nullptr) {
+      replaced_ = std::make_unique<std::vector<std::shared_ptr<Definition>>>();
+    }
+    replaced_->push_back(slot);
+  }
+  slot = std::move(instance);
 }
 
 template <class Definition>

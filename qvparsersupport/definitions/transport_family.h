@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "qvparsersupport/definitions/xml_object.h"
 #include "qvparsersupport/vocabulary/types.h"
@@ -19,7 +20,8 @@ namespace qv {
 // Lifetime: the parent owns its instances and an instance refers back without owning. A handle that
 // `ip()` or `btle()` answers keeps the whole family alive, so an instance can be read in full for
 // as long as somebody holds it. An instance that a host built itself and whose parent is gone reads
-// as if it had none. Parent chains of any shape are safe to read, those that lead back included.
+// as if it had none. An instance that was replaced lives on with its family, for the sake of those
+// who hold it. Parent chains of any shape are safe to read, those that lead back included.
 template <class Definition>
 class QV_EXPORT QVTransportFamily : public QVXMLObject,
                                     public std::enable_shared_from_this<Definition> {
@@ -92,6 +94,7 @@ class QV_EXPORT QVTransportFamily : public QVXMLObject,
   const Definition& self() const { return static_cast<const Definition&>(*this); }
   std::shared_ptr<Definition> familyHandle(const std::shared_ptr<Definition>& instance) const;
   std::shared_ptr<Definition> withoutFamilyHandle(std::shared_ptr<Definition> instance) const;
+  void replace(std::shared_ptr<Definition>& slot, std::shared_ptr<Definition> instance);
   bool isFamilyHandle(const std::shared_ptr<Definition>& instance) const;
   std::shared_ptr<Definition> loadInstance(const TaggedChildren& children, QVTransport transport);
   void validateTransport() const;
@@ -103,6 +106,7 @@ class QV_EXPORT QVTransportFamily : public QVXMLObject,
   std::weak_ptr<Definition> parent_;
   std::shared_ptr<Definition> ip_;
   std::shared_ptr<Definition> btle_;
+  std::unique_ptr<std::vector<std::shared_ptr<Definition>>> replaced_;  // null until there is one
 };
 
 }  // namespace qv
