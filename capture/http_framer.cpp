@@ -6,7 +6,9 @@
 
 #include <fmt/format.h>
 
+#include "capture/body_plan.h"
 #include "capture/chunked_reader.h"
+#include "capture/damage_reader.h"
 #include "capture/framing_fields.h"
 #include "capture/framing_notes.h"
 #include "capture/header_scan.h"
@@ -18,37 +20,6 @@ namespace {
 
 // How many line ends after a 204 are looked past for a stray body.
 constexpr std::size_t kLineEndsBeforeStrayBody = 64;
-// Enough to recognise a TLS record by.
-constexpr std::size_t kDamagePeek = 3;
-
-bool isLineEnd(std::uint8_t byte) {
-  return byte == '\r' || byte == '\n';
-}
-
-bool holdsLineEnd(ByteView bytes) {
-  return std::any_of(bytes.begin(), bytes.end(), isLineEnd);
-}
-
-// A record header: a content type from 20 to 23, then version 3.0 to 3.4.
-bool looksLikeTLS(ByteView bytes) {
-  return bytes.size() >= kDamagePeek && bytes[0] >= 20 && bytes[0] <= 23 && bytes[1] == 3 &&
-         bytes[2] <= 4;
-}
-
-std::string damageText(DamageKind kind, std::uint64_t length) {
-  const char* plural = length == 1 ? "" : "s";
-  switch (kind) {
-    case DamageKind::noMessage:
-      return fmt::format("{} byte{} that begin{} no message", length, plural,
-                         length == 1 ? "s" : "");
-    case DamageKind::looksLikeTLS:
-      return fmt::format("{} byte{} that look{} like TLS", length, plural, length == 1 ? "s" : "");
-    case DamageKind::emptyLines:
-      return fmt::format("{} byte{} of empty lines after the last message", length, plural);
-  }
-  return {};
-}
-
 MessageKind kindOf(Direction direction, ByteView header) {
   if (direction == Direction::toAccessory) return MessageKind::request;
   const std::string_view text = textOf(header);
@@ -63,7 +34,7 @@ MessageKind kindOf(Direction direction, ByteView header) {
 class HTTPFramer::Impl {
  public:
   Impl(Direction direction, FramingLimits limits)
-      : direction_(direction), limits_(limits), search_(direction) {}
+      : direction_(direction), limits_(limits), search_(direction), damage_(direction) {}
 
   Direction direction() const { return direction_; }
   void feed(ByteView bytes) {
@@ -137,13 +108,12 @@ class HTTPFramer::Impl {
   Progress betweenMessages();
   Progress enterDamage();
   Progress skipDamage();
-  Progress deliverDamage(DamageKind kind);
+  Progress deliver(StreamItem item);
 
   // A message, in the order in which its parts are read.
   Progress beginMessage();
   Progress readHeader();
-  Progress chooseBody(const FramingFields& fields);
-  Progress chooseBodyOfBodiless(int status, const FramingFields& fields);
+  Progress beginBody(const FramingFields& fields);
   Progress lookForAnnouncedBody();
   Progress lookForStrayBody();
   Progress readContentLengthBody();
@@ -172,8 +142,7 @@ class HTTPFramer::Impl {
   std::optional<StreamItem> item_;
 
   StartLineSearch search_;
-  std::optional<DamageKind> damageKind_;  // null until its first bytes were looked at
-  bool damageMayHideMessages_ = false;
+  DamageReader damage_;
 
   FramedMessage message_;
   HeaderScan headerScan_;
@@ -188,7 +157,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::betweenMessages() {
   window_.consume(static_cast<std::size_t>(first - bytes.begin()));
   if (window_.empty()) {
     if (!finished_ || window_.offset() == itemOffset_) return Progress::needsInput;
-    return deliverDamage(DamageKind::emptyLines);
+    return deliver(emptyLinesAtEnd(itemOffset_, window_.offset()));
   }
   switch (startLineAt(direction_, window_.view())) {
     case StartLineCheck::yes:
@@ -202,29 +171,18 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::betweenMessages() {
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::enterDamage() {
-  search_ = StartLineSearch(direction_);
-  damageKind_.reset();
-  damageMayHideMessages_ = false;
+  damage_ = DamageReader(direction_);
   return proceed(State::damage);
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::skipDamage() {
-  if (!damageKind_) {
-    if (window_.view().size() < kDamagePeek && !finished_) return Progress::needsInput;
-    damageKind_ = looksLikeTLS(window_.view()) ? DamageKind::looksLikeTLS : DamageKind::noMessage;
-  }
-  const StartLineSearch::Result result = search_.advance(window_.view(), finished_);
-  if (holdsLineEnd(window_.view().first(result.length))) damageMayHideMessages_ = true;
-  window_.consume(result.length);
-  if (!result.found && !finished_) return Progress::needsInput;
+  if (!damage_.skip(window_, finished_)) return Progress::needsInput;
   if (window_.offset() == itemOffset_) return proceed(State::betweenMessages);
-  return deliverDamage(*damageKind_);
+  return deliver(damage_.damage(itemOffset_, window_.offset()));
 }
 
-HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverDamage(DamageKind kind) {
-  const std::uint64_t length = window_.offset() - itemOffset_;
-  const bool mayHide = kind != DamageKind::emptyLines && damageMayHideMessages_;
-  item_ = Damage{kind, damageText(kind, length), itemOffset_, length, mayHide};
+HTTPFramer::Impl::Progress HTTPFramer::Impl::deliver(StreamItem item) {
+  item_ = std::move(item);
   itemOffset_ = window_.offset();
   state_ = State::betweenMessages;
   return Progress::delivers;
@@ -257,38 +215,34 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readHeader() {
   message_.kind = kindOf(direction_, header);
   window_.consume(end ? end->totalLength : bytes.size());
   message_.bodyOffset = window_.offset();
-  if (end) return chooseBody(readFramingFields(message_));
+  if (end) return beginBody(readFramingFields(message_));
   return overLimit ? deliverWithUnknownEnd(Completeness::tooLarge)
                    : deliverCut(Completeness::headerCut);
 }
 
-// RFC 9112, section 6.3.
-HTTPFramer::Impl::Progress HTTPFramer::Impl::chooseBody(const FramingFields& fields) {
+HTTPFramer::Impl::Progress HTTPFramer::Impl::beginBody(const FramingFields& fields) {
   remaining_ = fields.contentLength.value_or(0);
   chunks_ = ChunkedReader();
-  const bool isRequest = direction_ == Direction::toAccessory;
-  const int status = isRequest ? 0 : statusCodeOf(message_.header);
-  if ((status >= 100 && status < 200) || status == 204 || status == 304) {
-    return chooseBodyOfBodiless(status, fields);
+  switch (bodyPlanOf(message_, fields)) {
+    case BodyPlan::none:
+      return deliverMessage();
+    case BodyPlan::contentLength:
+      return proceed(State::contentLengthBody);
+    case BodyPlan::chunked:
+      return proceed(State::chunkedBody);
+    case BodyPlan::untilClose:
+      return proceed(State::untilCloseBody);
+    case BodyPlan::lengthUnreadable:
+      return deliverWithUnknownEnd(Completeness::lengthUnreadable);
+    case BodyPlan::announcedContentLength:
+      announcedState_ = State::contentLengthBody;
+      return proceed(State::announcedBody);
+    case BodyPlan::announcedChunked:
+      announcedState_ = State::chunkedBody;
+      return proceed(State::announcedBody);
+    case BodyPlan::unannounced:
+      return proceed(State::afterNoContent);
   }
-  if (fields.chunked) return proceed(State::chunkedBody);
-  if (fields.unknownCoding && isRequest) {
-    return deliverWithUnknownEnd(Completeness::lengthUnreadable);
-  }
-  if (fields.unknownCoding) return proceed(State::untilCloseBody);
-  if (fields.contentLength) return proceed(State::contentLengthBody);
-  if (fields.contentLengthUnreadable) return deliverWithUnknownEnd(Completeness::lengthUnreadable);
-  return isRequest ? deliverMessage() : proceed(State::untilCloseBody);
-}
-
-// A body where none belongs is kept, so that it can be objected to.
-HTTPFramer::Impl::Progress HTTPFramer::Impl::chooseBodyOfBodiless(int status,
-                                                                  const FramingFields& fields) {
-  if (fields.chunked || (remaining_ > 0 && !fields.unknownCoding)) {
-    announcedState_ = fields.chunked ? State::chunkedBody : State::contentLengthBody;
-    return proceed(State::announcedBody);
-  }
-  if (status == 204 && !fields.contentLength) return proceed(State::afterNoContent);
   return deliverMessage();
 }
 
@@ -363,7 +317,9 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readUntilClose() {
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::readStrayBody() {
   const StartLineSearch::Result result = search_.advance(window_.view(), finished_);
-  if (holdsLineEnd(window_.view().first(result.length))) message_.endKnown = false;
+  const ByteView stray = window_.view().first(result.length);
+  // A message may hide in what spans lines.
+  if (std::any_of(stray.begin(), stray.end(), isLineEnd)) message_.endKnown = false;
   keepBody(result.length);
   if (!result.found && !finished_) return Progress::needsInput;
   note(FramingNoteKind::strayBodyAfter204, "bytes that begin no message follow a 204",
@@ -387,10 +343,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverMessage() {
          fmt::format("larger than the limit of {} bytes", limits_.messageBytes),
          message_.headerOffset, message_.endOffset - message_.headerOffset);
   }
-  itemOffset_ = window_.offset();
-  item_ = std::exchange(message_, FramedMessage());
-  state_ = State::betweenMessages;
-  return Progress::delivers;
+  return deliver(std::exchange(message_, FramedMessage()));
 }
 
 // The stream ended inside the message.

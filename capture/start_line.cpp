@@ -111,8 +111,7 @@ StartLineSearch::Result StartLineSearch::advanceRequests(ByteView bytes, bool at
       continue;
     }
     letterRun_ = isUpper(byte) ? std::min(letterRun_ + 1, kLongestMethod) : 0;
-    const bool lineEnd = byte == '\r' || byte == '\n';
-    if (method_ && (lineEnd || scan_ - target_ >= kLongestTarget)) method_.reset();
+    if (method_ && (isLineEnd(byte) || scan_ - target_ >= kLongestTarget)) method_.reset();
   }
   if (atEnd) return {false, bytes.size()};
   return release(method_ ? *method_ : scan_ - letterRun_);

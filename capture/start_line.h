@@ -9,6 +9,10 @@
 
 namespace qv::capture {
 
+inline bool isLineEnd(std::uint8_t byte) {
+  return byte == '\r' || byte == '\n';
+}
+
 enum class StartLineCheck : std::uint8_t { no, yes, undecided };
 
 // Whether a message begins with these bytes. Lenient, for places where one is due: "HTTP/" or

@@ -48,15 +48,5 @@ TEST(FileSource, AnswersFailuresAsTexts) {
   EXPECT_EQ(directory->error(), "Is a directory");
 }
 
-TEST(MemorySource, HandsOutPiecesOfTheSizeAskedFor) {
-  MemorySource source({1, 2, 3, 4, 5}, 2);
-  std::array<std::uint8_t, 4> piece{};
-  EXPECT_EQ(source.read(piece), 2U);
-  EXPECT_EQ(source.read(piece), 2U);
-  EXPECT_EQ(source.read(piece), 1U);
-  EXPECT_EQ(piece[0], 5);
-  EXPECT_EQ(source.read(piece), 0U);
-}
-
 }  // namespace
 }  // namespace qv::capture::test

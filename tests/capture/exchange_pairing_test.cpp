@@ -65,6 +65,55 @@ const Case kCases[] = {
      "GET /b HTTP/1.1 #1\n"
      "EVENT/1.0 200 OK\n"
      "HTTP/1.1 204 No Content -> #1\n"},
+    {"a request without response", kGetA + kGetB, kOK,
+     "GET /a HTTP/1.1 #0\n"
+     "HTTP/1.1 200 OK -> #0\n"
+     "GET /b HTTP/1.1 #1\n"},
+    {"a response without request", kGetA, kOK + kNoContent,
+     "GET /a HTTP/1.1 #0\n"
+     "HTTP/1.1 200 OK -> #0\n"
+     "HTTP/1.1 204 No Content: the capture holds no request for it\n"},
+    {"no requests at all", "", kContinue + kEvent,
+     "HTTP/1.1 100 Continue: the capture holds no request for it\n"
+     "EVENT/1.0 200 OK\n"},
+    {"stray bytes without a line end hide no message", kGetA + "}}" + kGetB, kOK + "}}" + kOK,
+     "GET /a HTTP/1.1 #0\n"
+     "HTTP/1.1 200 OK -> #0\n"
+     "damage: 2 bytes that begin no message\n"
+     "GET /b HTTP/1.1 #1\n"
+     "damage: 2 bytes that begin no message\n"
+     "HTTP/1.1 200 OK -> #1\n"},
+    {"lost requests: what came before stays certain", kGetA + "?\r\n" + kGetB,
+     kOK + kEvent + kNoContent,
+     "GET /a HTTP/1.1 #0\n"
+     "HTTP/1.1 200 OK -> #0\n"
+     "damage: 3 bytes that begin no message\n"
+     "GET /b HTTP/1.1 #1\n"
+     "EVENT/1.0 200 OK\n"
+     "HTTP/1.1 204 No Content uncertain: skipped bytes may hide a request\n"},
+    {"lost responses", kGetA + kGetB, "?\r\n" + kOK + kNoContent,
+     "GET /a HTTP/1.1 #0\n"
+     "damage: 3 bytes that begin no message\n"
+     "HTTP/1.1 200 OK uncertain: skipped bytes may hide a response\n"
+     "GET /b HTTP/1.1 #1\n"
+     "HTTP/1.1 204 No Content uncertain: skipped bytes may hide a response\n"},
+    {"a request whose end is not known", "PUT /c HTTP/1.1\r\nContent-Length: x\r\n\r\n" + kGetB,
+     kOK + kNoContent,
+     "PUT /c HTTP/1.1 #0\n"
+     "HTTP/1.1 200 OK -> #0\n"
+     "GET /b HTTP/1.1 #1\n"
+     "HTTP/1.1 204 No Content uncertain: the end of an earlier request is not known\n"},
+    {"an event whose end is not known", kGetA,
+     "EVENT/1.0 200 OK\r\nContent-Length: x\r\n\r\n" + kOK,
+     "GET /a HTTP/1.1 #0\n"
+     "EVENT/1.0 200 OK\n"
+     "HTTP/1.1 200 OK uncertain: the end of an earlier response is not known\n"},
+    {"empty lines hide nothing, and a cut stream ends nothing but itself", kGetA + "\r\n",
+     kOK + "\r\nHT",
+     "GET /a HTTP/1.1 #0\n"
+     "HTTP/1.1 200 OK -> #0\n"
+     "damage: 2 bytes of empty lines after the last message\n"
+     "HT uncertain: the capture ends before its first word\n"},
 };
 
 TEST(ExchangePairing, YieldsTheRecords) {

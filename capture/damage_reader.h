@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "capture/framed_message.h"
+#include "capture/start_line.h"
+#include "capture/stream_window.h"
+
+namespace qv::capture {
+
+// Skips bytes that begin no message, up to the next start line or the end of the stream.
+class DamageReader {
+ public:
+  explicit DamageReader(Direction direction) : search_(direction) {}
+
+  // Consumes what it can; true once the start line or the end is reached.
+  bool skip(StreamWindow& window, bool atEnd);
+  // What was skipped, for the stretch of the stream that is reported as damaged.
+  Damage damage(std::uint64_t begin, std::uint64_t end) const;
+
+ private:
+  StartLineSearch search_;
+  std::optional<DamageKind> kind_;  // null until the first bytes were looked at
+  bool mayHideMessages_ = false;
+};
+
+// Empty lines that no message follows.
+Damage emptyLinesAtEnd(std::uint64_t begin, std::uint64_t end);
+
+}  // namespace qv::capture
