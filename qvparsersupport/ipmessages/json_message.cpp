@@ -4,8 +4,8 @@ namespace qv {
 
 bool QVIPMultipleCharacteristicReadRequestMessage::messageMatchesHTTPMessage(
     const QVHTTPMessage& httpMessage) {
-  return httpMessage.requestMethod() == "GET" && httpMessage.requestURL() &&
-         httpMessage.requestURL()->starts_with("/characteristics");
+  return httpMessage.requestMethod() == kMethod && httpMessage.requestURL() &&
+         httpMessage.requestURL()->starts_with(kURL);
 }
 
 std::span<const char* const> QVIPIdentifyResponseMessage::allowedHTTPResponseCodes() const {

@@ -10,6 +10,10 @@ namespace qv {
 // A row of the list of message classes.
 struct QVIPMessageClass {
   const char* name;
+  // For a request class, the method and the URL that it recognises (the beginning of the URL for
+  // characteristic reads); null otherwise.
+  const char* method;
+  const char* url;
   // What the class's static operations of the same names answer.
   bool (*messageMatchesHTTPMessage)(const QVHTTPMessage& httpMessage);
   bool (*messageMatchesRequest)(const QVIPMessage* request, const QVHTTPMessage& httpMessage);

@@ -9,8 +9,18 @@ namespace {
 
 template <class Message>
 constexpr QVIPMessageClass rowOf() {
-  return {Message::kClassName, &Message::messageMatchesHTTPMessage, &Message::messageMatchesRequest,
-          []() -> std::shared_ptr<QVIPMessage> { return std::make_shared<Message>(); }};
+  QVIPMessageClass row = {
+      Message::kClassName,
+      nullptr,
+      nullptr,
+      &Message::messageMatchesHTTPMessage,
+      &Message::messageMatchesRequest,
+      []() -> std::shared_ptr<QVIPMessage> { return std::make_shared<Message>(); }};
+  if constexpr (requires { Message::kMethod; }) {
+    row.method = Message::kMethod;
+    row.url = Message::kURL;
+  }
+  return row;
 }
 
 // The recognition rules exclude each other, so the order decides nothing.
