@@ -1,0 +1,140 @@
+// Each folder under tests/captures/traffic is a case: two streams in readable form, and beside them
+// the whole report in both forms. scripts/renew-expectations writes the reports anew, on purpose,
+// so that a change of them is a difference to review.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+
+#include "tests/qvcheck/temporary_folder.h"
+#include "tests/support/readable_bytes.h"
+
+namespace qv::test {
+namespace {
+
+const std::string kCases = QV_SOURCE_DIR "/tests/captures/traffic";
+
+struct Case {
+  const char* name;
+  int exit;
+} const kAllCases[] = {
+    {"clean", 0},   {"field-faults", 1}, {"response-rules", 1}, {"not-judged", 3},
+    {"damaged", 3}, {"stray-bytes", 3},  {"nothing", 5},
+};
+
+// The report with the temporary paths taken out.
+std::string withoutFolder(std::string text, const std::string& folder) {
+  for (std::size_t at = text.find(folder); at != std::string::npos; at = text.find(folder)) {
+    text.erase(at, folder.size());
+  }
+  return text;
+}
+
+void compare(const std::string& actual, const std::string& expectedFile) {
+  if (std::getenv("QV_RENEW_EXPECTATIONS") != nullptr) {
+    std::ofstream(expectedFile, std::ios::binary) << actual;
+    return;
+  }
+  EXPECT_EQ(actual, readText(expectedFile)) << expectedFile;
+}
+
+class Traffic : public testing::TestWithParam<Case> {};
+
+TEST_P(Traffic, reportsAsExpected) {
+  const std::string source = kCases + "/" + GetParam().name;
+  const TemporaryFolder folder;
+  std::vector<std::string> arguments = {
+      "traffic",
+      "--profile",
+      folder.write("pairing.xml", bytesOf(readText(kCases + "/pairing.xml"))),
+      "--request",
+      folder.write("request", readableBytes(readText(source + "/request"))),
+      "--response",
+      folder.write("response", readableBytes(readText(source + "/response"))),
+      "--output",
+      "text",
+      "--output",
+      "ndjson=" + folder.path("run.ndjson"),
+  };
+  const Outcome outcome = runTool(arguments);
+  EXPECT_EQ(outcome.exit, GetParam().exit);
+  EXPECT_EQ(outcome.err, "");
+  compare(withoutFolder(outcome.out, folder.path("")), source + "/expected.txt");
+  compare(withoutFolder(readText(folder.path("run.ndjson")), folder.path("")),
+          source + "/expected.ndjson");
+}
+
+// Both forms and the exit code say the same.
+TEST_P(Traffic, formsAgree) {
+  const std::string source = kCases + "/" + GetParam().name;
+  std::istringstream lines(readText(source + "/expected.ndjson"));
+  const std::string text = readText(source + "/expected.txt");
+  std::map<std::string, std::size_t> counts;
+  std::string line;
+  nlohmann::json last;
+  while (std::getline(lines, line)) {
+    last = nlohmann::json::parse(line);
+    ++counts[last["type"]];
+    if (last["type"] == "finding") {
+      EXPECT_NE(text.find(last["rule"].get<std::string>() + "]: "), std::string::npos) << line;
+    }
+  }
+  EXPECT_EQ(last["type"], "summary");
+  EXPECT_EQ(last["exit"], GetParam().exit);
+  EXPECT_EQ(last["messages"], counts["message"]);
+  std::size_t findings = 0;
+  for (const auto& [rule, count] : last["findings"].items()) findings += count.get<std::size_t>();
+  EXPECT_EQ(findings, counts["finding"]);
+  EXPECT_EQ(text.find('\x1B'), std::string::npos);
+}
+
+std::string testName(const testing::TestParamInfo<Case>& row) {
+  std::string name = row.param.name;
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, Traffic, testing::ValuesIn(kAllCases), testName);
+
+TEST(TrafficCases, everyFolderIsListed) {
+  std::set<std::string> listed;
+  for (const Case& row : kAllCases) listed.insert(row.name);
+  std::set<std::string> folders;
+  for (const auto& entry : std::filesystem::directory_iterator(kCases)) {
+    if (entry.is_directory()) folders.insert(entry.path().filename().string());
+  }
+  EXPECT_EQ(folders, listed);
+}
+
+// Recorded traffic, cut or with a byte flipped anywhere, never brings the tool down, and a cut
+// never makes it blame the peer: no errors beyond those of the whole capture.
+TEST(Traffic, survivesCutsAndFlips) {
+  const std::string captures = QV_SOURCE_DIR "/examples/captures/";
+  const std::string profile = QV_SOURCE_DIR "/examples/profiles/lamp.xml";
+  const std::string requests = readText(captures + "pairing-clean.req");
+  const std::string responses = readText(captures + "pairing-clean.rsp");
+  const TemporaryFolder folder;
+  const std::string requestFile = folder.write("q", bytesOf(requests));
+  const auto run = [&](const std::string& response) {
+    return runTool({"traffic", "--profile", profile, "--request", requestFile, "--response",
+                    folder.write("s", bytesOf(response)), "--quiet"});
+  };
+  ASSERT_EQ(run(responses).exit, 0);
+  for (std::size_t at = 0; at < responses.size(); at += 7) {
+    const Outcome cut = run(responses.substr(0, at));
+    EXPECT_NE(cut.exit, 1) << "cut at " << at << "\n" << cut.out;
+    EXPECT_NE(cut.exit, 70) << "cut at " << at;
+    std::string flipped = responses;
+    flipped[at] = static_cast<char>(flipped[at] ^ 0x80);
+    EXPECT_NE(run(flipped).exit, 70) << "flipped at " << at;
+  }
+}
+
+}  // namespace
+}  // namespace qv::test

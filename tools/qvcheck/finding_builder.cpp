@@ -1,0 +1,135 @@
+#include "tools/qvcheck/finding_builder.h"
+
+#include <algorithm>
+
+#include "qvparsersupport/definitions/characteristic_xml_object.h"
+#include "qvparsersupport/definitions/enum_xml_object.h"
+#include "qvparsersupport/definitions/service_xml_object.h"
+#include "qvparsersupport/definitions/tlv8_xml_object.h"
+#include "tools/qvcheck/excerpt.h"
+
+namespace qv::check {
+
+namespace {
+
+using capture::FramedMessage;
+using capture::FramingNoteKind;
+
+struct NoteRow {
+  FramingNoteKind kind;
+  const char* rule;
+  Severity severity;
+};
+
+// Notes without a row are left out.
+constexpr NoteRow kNotes[] = {
+    {FramingNoteKind::emptyLinesBeforeStartLine, "http.line-ends", Severity::warning},
+    {FramingNoteKind::bareLineFeed, "http.line-ends", Severity::warning},
+    {FramingNoteKind::bareCarriageReturn, "http.line-ends", Severity::warning},
+    {FramingNoteKind::spaceBeforeColon, "http.framing", Severity::warning},
+    {FramingNoteKind::foldedFramingField, "http.framing", Severity::warning},
+    {FramingNoteKind::contentLengthRepeated, "http.framing", Severity::warning},
+    {FramingNoteKind::contentLengthDiffers, "http.framing", Severity::warning},
+    {FramingNoteKind::contentLengthSigned, "http.framing", Severity::warning},
+    {FramingNoteKind::contentLengthUnreadable, "http.framing", Severity::warning},
+    {FramingNoteKind::contentLengthHuge, "http.framing", Severity::warning},
+    {FramingNoteKind::contentLengthBesideTransferEncoding, "http.framing", Severity::warning},
+    {FramingNoteKind::unknownTransferCoding, "http.framing", Severity::warning},
+    {FramingNoteKind::announcedBodyMissing, "http.framing", Severity::warning},
+    {FramingNoteKind::chunkSizeUnreadable, "http.framing", Severity::warning},
+    {FramingNoteKind::chunkSizeOverflow, "http.framing", Severity::warning},
+    {FramingNoteKind::chunkLineTooLong, "http.framing", Severity::warning},
+    {FramingNoteKind::chunkDataUnterminated, "http.framing", Severity::warning},
+    {FramingNoteKind::trailersPresent, "http.framing", Severity::note},
+    {FramingNoteKind::trailersUnterminated, "http.framing", Severity::warning},
+    {FramingNoteKind::bodyEndedByClose, "http.framing", Severity::note},
+    {FramingNoteKind::startLineInBody, "http.framing", Severity::warning},
+    {FramingNoteKind::largerThanLimit, "input.too-large", Severity::note},
+};
+
+std::string_view partName(QVMessagePart part) {
+  switch (part) {
+    case QVMessagePart::startLine:
+      return "start_line";
+    case QVMessagePart::header:
+      return "header";
+    case QVMessagePart::body:
+      return "body";
+    case QVMessagePart::none:
+      break;
+  }
+  return {};
+}
+
+template <class Definition>
+bool describeAs(const char* kind, const QVXMLObject& object, DefinitionPlace& place) {
+  const auto* definition = dynamic_cast<const Definition*>(&object);
+  if (definition == nullptr) return false;
+  place.kind = kind;
+  place.name = textOrNull(definition->name());
+  if constexpr (requires { definition->uuid(); }) place.uuid = definition->uuid();
+  return true;
+}
+
+std::optional<DefinitionPlace> placeOf(const QVXMLObject* object) {
+  if (object == nullptr) return std::nullopt;
+  DefinitionPlace place;
+  const bool known = describeAs<QVTLV8FieldXMLObject>("TLV8 field", *object, place) ||
+                     describeAs<QVTLV8XMLObject>("TLV8", *object, place) ||
+                     describeAs<QVEnumXMLObject>("enum", *object, place) ||
+                     describeAs<QVCharacteristicXMLObject>("characteristic", *object, place) ||
+                     describeAs<QVServiceXMLObject>("service", *object, place);
+  if (!known) return std::nullopt;
+  if (const auto& element = object->element()) {
+    place.file = element->document().name();
+    place.line = element->position().line;
+  }
+  return place;
+}
+
+}  // namespace
+
+Finding findingForFault(const QVMessageFault& fault, const FramedMessage& message) {
+  Finding finding;
+  finding.rule = fault.rule;
+  finding.text = fault.text;
+  finding.expected = fault.expected;
+  finding.actual = fault.actual;
+  finding.definition = placeOf(fault.definition.get());
+  finding.location.part = partName(fault.part);
+  finding.location.tlv8Path = fault.tlv8Path;
+  finding.location.byteOffset = message.headerOffset;
+  if (!fault.range) return finding;
+  finding.location.byteLength = fault.range->length;
+  if (fault.part == QVMessagePart::body) {
+    const std::uint64_t origin = message.streamOffsetOf(fault.range->offset);
+    finding.location.byteOffset = origin;
+    if (message.body) finding.excerpt = bodyExcerpt(*message.body, *fault.range, origin);
+  } else {
+    finding.location.byteOffset = message.headerOffset + fault.range->offset;
+    finding.excerpt = headerExcerpt(message.header, *fault.range, message.headerOffset);
+  }
+  return finding;
+}
+
+std::optional<Finding> findingForNote(const capture::FramingNote& note) {
+  const auto* row =
+      std::find_if(std::begin(kNotes), std::end(kNotes),
+                   [&](const NoteRow& candidate) { return candidate.kind == note.kind; });
+  if (row == std::end(kNotes)) return std::nullopt;
+  return remark(row->rule, row->severity, note.text, note.offset, note.length);
+}
+
+Finding remark(std::string rule, Severity severity, std::string text, std::uint64_t offset,
+               std::uint64_t length) {
+  Finding finding;
+  finding.rule = std::move(rule);
+  finding.severity = severity;
+  finding.fromTool = true;
+  finding.text = std::move(text);
+  finding.location.byteOffset = offset;
+  finding.location.byteLength = length;
+  return finding;
+}
+
+}  // namespace qv::check

@@ -1,0 +1,63 @@
+#include "tools/qvcheck/output_files.h"
+
+#include <cstdlib>
+#include <fstream>
+
+#include "tools/qvcheck/ndjson_report.h"
+#include "tools/qvcheck/text_report.h"
+
+namespace qv::check {
+
+namespace {
+
+// https://no-color.org: any value but the empty one switches color off.
+bool environmentForbidsColor() {
+  const char* noColor = std::getenv("NO_COLOR");
+  const char* terminal = std::getenv("TERM");
+  return (noColor != nullptr && *noColor != '\0') ||
+         (terminal != nullptr && std::string_view(terminal) == "dumb");
+}
+
+}  // namespace
+
+OutputFiles::OutputFiles(const ReportOptions& options, std::ostream& out, bool outIsTerminal,
+                         bool judging)
+    : out_(out) {
+  for (const OutputChoice& choice : options.outputs) {
+    std::ostream* stream = &out;
+    if (!choice.file.empty()) {
+      auto file = std::make_unique<std::ofstream>(choice.file, std::ios::binary | std::ios::trunc);
+      if (!*file) {
+        error_ = "cannot write " + choice.file;
+        return;
+      }
+      stream = file.get();
+      files_.push_back(std::move(file));
+    }
+    if (choice.form == OutputForm::ndjson) {
+      sinks_.push_back(std::make_unique<NDJSONReport>(*stream));
+      continue;
+    }
+    const bool automatic = choice.file.empty() && outIsTerminal && !environmentForbidsColor();
+    const bool color = options.color == ColorChoice::always ||
+                       (options.color == ColorChoice::automatic && automatic);
+    sinks_.push_back(
+        std::make_unique<TextReport>(*stream, TextReport::Style{options.quiet, color, judging}));
+  }
+}
+
+OutputFiles::~OutputFiles() = default;
+
+std::vector<ReportSink*> OutputFiles::sinks() const {
+  std::vector<ReportSink*> sinks;
+  for (const auto& sink : sinks_) sinks.push_back(sink.get());
+  return sinks;
+}
+
+bool OutputFiles::flush() {
+  bool written = static_cast<bool>(out_.flush());
+  for (const auto& file : files_) written = static_cast<bool>(file->flush()) && written;
+  return written;
+}
+
+}  // namespace qv::check

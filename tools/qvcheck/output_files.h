@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "tools/qvcheck/options.h"
+#include "tools/qvcheck/report.h"
+
+namespace qv::check {
+
+// The outputs that a run was asked for, opened.
+class OutputFiles {
+ public:
+  // Opens files and makes the sinks. `judging` tells what kind of summary the text report gives;
+  // `outIsTerminal` decides about color when it is automatic.
+  OutputFiles(const ReportOptions& options, std::ostream& out, bool outIsTerminal, bool judging);
+  ~OutputFiles();
+  OutputFiles(const OutputFiles&) = delete;
+  OutputFiles& operator=(const OutputFiles&) = delete;
+
+  // What could not be opened; null when all is well.
+  const std::optional<std::string>& error() const { return error_; }
+  std::vector<ReportSink*> sinks() const;
+  // Flushes everything; false when something could not be written.
+  bool flush();
+
+ private:
+  std::vector<std::unique_ptr<std::ostream>> files_;
+  std::vector<std::unique_ptr<ReportSink>> sinks_;
+  std::ostream& out_;
+  std::optional<std::string> error_;
+};
+
+}  // namespace qv::check

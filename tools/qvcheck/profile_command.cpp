@@ -1,0 +1,25 @@
+#include "tools/qvcheck/profile_command.h"
+
+#include "tools/qvcheck/output_files.h"
+#include "tools/qvcheck/profile_loading.h"
+
+namespace qv::check {
+
+int runProfileCheck(const ProfileCheckOptions& options, std::ostream& out, std::ostream& err,
+                    bool outIsTerminal) {
+  OutputFiles outputs(options.report, out, outIsTerminal, false);
+  if (outputs.error()) {
+    err << "qvcheck: " << *outputs.error() << '\n';
+    return static_cast<int>(ExitCode::usage);
+  }
+  Report report(outputs.sinks(), options.report.failOn);
+  RunRecord run;
+  run.command = "profile check";
+  for (const std::string& file : options.files) run.options.emplace_back("file", file);
+  report.run(run);
+  loadProfiles(options.files, report, err);
+  const int exit = report.finish(false);
+  return outputs.flush() ? exit : static_cast<int>(ExitCode::toolFault);
+}
+
+}  // namespace qv::check

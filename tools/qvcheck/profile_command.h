@@ -1,0 +1,14 @@
+#pragma once
+
+#include <ostream>
+
+#include "tools/qvcheck/options.h"
+
+namespace qv::check {
+
+// `qvcheck profile check`: loads the profiles together and reports the library's verdict. Answers
+// the exit code.
+int runProfileCheck(const ProfileCheckOptions& options, std::ostream& out, std::ostream& err,
+                    bool outIsTerminal);
+
+}  // namespace qv::check

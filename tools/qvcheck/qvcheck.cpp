@@ -1,0 +1,43 @@
+#include "tools/qvcheck/qvcheck.h"
+
+#include <exception>
+#include <variant>
+
+#include "tools/qvcheck/command_line.h"
+#include "tools/qvcheck/profile_command.h"
+#include "tools/qvcheck/traffic_command.h"
+
+namespace qv::check {
+
+namespace {
+
+struct Runner {
+  std::ostream& out;
+  std::ostream& err;
+  bool outIsTerminal;
+
+  int operator()(const Answer& answer) const {
+    (answer.exit == ExitCode::clean ? out : err) << answer.text;
+    return static_cast<int>(answer.exit);
+  }
+  int operator()(const TrafficOptions& options) const {
+    return runTraffic(options, out, err, outIsTerminal);
+  }
+  int operator()(const ProfileCheckOptions& options) const {
+    return runProfileCheck(options, out, err, outIsTerminal);
+  }
+};
+
+}  // namespace
+
+int runQvcheck(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
+               bool outIsTerminal) {
+  try {
+    return std::visit(Runner{out, err, outIsTerminal}, parseCommandLine(arguments));
+  } catch (const std::exception& fault) {
+    err << "qvcheck: fault of the tool itself: " << fault.what() << '\n';
+    return static_cast<int>(ExitCode::toolFault);
+  }
+}
+
+}  // namespace qv::check

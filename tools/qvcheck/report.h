@@ -1,0 +1,200 @@
+#pragma once
+
+// What a run of the tool has to say, independent of how it is written: one list of records that
+// every output form renders, so that they agree with each other and with the exit code.
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "qvparsersupport/common/bytes.h"
+
+namespace qv::check {
+
+enum class Severity : std::uint8_t { note, warning, error };
+std::string_view nameOf(Severity severity);
+
+enum class Verdict : std::uint8_t { ok, faulty, unrecognised, notJudged };
+std::string_view nameOf(Verdict verdict);
+
+struct RunRecord {
+  std::string command;
+  std::vector<std::pair<std::string, std::string>> options;
+};
+
+struct ProfileRecord {
+  std::string file;
+  bool accepted = false;
+  std::optional<std::string> text;  // why it was refused
+  std::size_t enums = 0;
+  std::size_t tlv8s = 0;
+  std::size_t characteristics = 0;
+  std::size_t services = 0;
+};
+
+// One file that was read as a capture.
+struct InputRecord {
+  std::size_t input = 0;
+  std::string name;
+  std::string format;
+  std::string fidelity;  // exact, reconstructed or damaged
+  std::size_t bytes = 0;
+  bool complete = true;
+};
+
+struct ConnectionRecord {
+  std::size_t connection = 0;
+  std::size_t input = 0;
+};
+
+struct MessageRecord {
+  std::size_t message = 0;
+  std::size_t connection = 0;
+  std::string_view direction;  // to_accessory, to_controller
+  std::string_view kind;       // request, response, event, unknown
+  std::string className;       // empty when no class recognises it
+  std::optional<std::size_t> answers;
+  std::string method;
+  std::string url;
+  std::optional<std::string> code;
+  std::string inputName;
+  std::size_t offset = 0;
+  std::size_t headerLength = 0;
+  std::size_t bodyLength = 0;
+  std::optional<std::string> contentType;
+  Verdict verdict = Verdict::ok;
+  std::string reason;  // why it was not judged
+  std::optional<std::string> errorDescription;
+};
+
+// Bytes to show beside a finding: rows from `offset` on, with a part of them marked.
+struct Excerpt {
+  std::size_t offset = 0;  // of the first byte, in the input
+  Bytes bytes;
+  ByteRange mark;            // within `bytes`
+  std::size_t notShown = 0;  // marked bytes beyond these
+  bool asText = false;
+};
+
+struct DefinitionPlace {
+  std::string kind;
+  std::string name;
+  std::optional<std::string> uuid;
+  std::string file;
+  std::size_t line = 0;
+};
+
+struct Location {
+  std::optional<std::size_t> input;  // of the capture; none for a place in a profile
+  std::string name;                  // of the file
+  std::string_view part;             // start_line, header, body, or empty
+  std::optional<std::size_t> byteOffset;
+  std::optional<std::size_t> byteLength;
+  std::string tlv8Path;
+  std::size_t line = 0;  // in a profile, from 1; 0 when unknown
+  std::size_t column = 0;
+};
+
+struct Finding {
+  std::size_t finding = 0;
+  std::optional<std::size_t> message;
+  std::string rule;
+  Severity severity = Severity::error;
+  bool fromTool = false;  // a remark of the tool, not a text of the library
+  std::string text;
+  Location location;
+  std::string expected;
+  std::string actual;
+  std::optional<DefinitionPlace> definition;
+  std::string hint;
+  std::optional<Excerpt> excerpt;
+  std::string markup;  // the profile element concerned
+};
+
+struct GapRecord {
+  std::size_t connection = 0;
+  std::string_view direction;
+  std::size_t offset = 0;
+  std::size_t bytes = 0;
+};
+
+// What each exit code means. When several apply, the first in this list wins.
+enum class ExitCode : int {
+  toolFault = 70,
+  usage = 2,
+  profileRefused = 4,
+  inputDamaged = 3,
+  findings = 1,
+  nothingJudged = 5,
+  clean = 0,
+};
+std::string_view meaningOf(ExitCode code);
+
+struct Summary {
+  std::size_t messages = 0;
+  std::size_t judged = 0;
+  std::size_t faulty = 0;
+  std::map<std::string, std::size_t, std::less<>> notJudged;  // by reason
+  std::map<std::string, std::size_t, std::less<>> findings;   // by rule
+  bool complete = true;
+  std::vector<ExitCode> outcomes;  // all that apply, in the order above
+  int exit = 0;                    // the first of them, or 128 + the signal that ended the run
+};
+
+// Receives the records of one run in order. `finding` follows the message that it belongs to.
+class ReportSink {
+ public:
+  ReportSink() = default;
+  ReportSink(const ReportSink&) = delete;
+  ReportSink& operator=(const ReportSink&) = delete;
+  virtual ~ReportSink() = default;
+
+  virtual void run(const RunRecord& record) = 0;
+  virtual void profile(const ProfileRecord& record) = 0;
+  virtual void input(const InputRecord& record) = 0;
+  virtual void connection(const ConnectionRecord& record) = 0;
+  virtual void message(const MessageRecord& record) = 0;
+  virtual void finding(const Finding& record) = 0;
+  virtual void gap(const GapRecord& record) = 0;
+  virtual void summary(const Summary& record) = 0;
+};
+
+// Passes every record to all outputs of the run and keeps the account that the summary gives.
+class Report : public ReportSink {
+ public:
+  explicit Report(std::vector<ReportSink*> sinks, std::optional<Severity> failOn)
+      : sinks_(std::move(sinks)), failOn_(failOn) {}
+
+  void run(const RunRecord& record) override;
+  void profile(const ProfileRecord& record) override;
+  void input(const InputRecord& record) override;
+  void connection(const ConnectionRecord& record) override;
+  void message(const MessageRecord& record) override;
+  void finding(const Finding& record) override;
+  void gap(const GapRecord& record) override;
+  void summary(const Summary& record) override;
+
+  // Numbers for the next message and finding, from 1.
+  std::size_t nextMessage() const { return account_.messages + 1; }
+  std::size_t nextFinding() const { return findings_ + 1; }
+
+  void noteOutcome(ExitCode code);
+  void noteIncomplete() { account_.complete = false; }
+  // Closes the account, passes the summary on and answers the exit code. `signal` is the number of
+  // the signal that ended the run, 0 for none; `judging` tells whether the command judges messages
+  // at all.
+  int finish(bool judging, int signal = 0);
+
+ private:
+  std::vector<ReportSink*> sinks_;
+  std::optional<Severity> failOn_;
+  Summary account_;
+  std::size_t findings_ = 0;
+};
+
+}  // namespace qv::check

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include "tools/qvcheck/report.h"
+
+namespace qv::check {
+
+// The report for people: one block for each message that has findings, its first line `file:offset:
+// what` so that editors and grep can use it, and the summary last. Quiet leaves one line for each
+// finding. Captured text is always escaped.
+class TextReport : public ReportSink {
+ public:
+  struct Style {
+    bool quiet = false;
+    bool color = false;
+    bool judging = true;  // the command judges messages, so the summary counts them
+  };
+  TextReport(std::ostream& out, Style style) : out_(out), style_(style) {}
+
+  void run(const RunRecord&) override {}
+  void profile(const ProfileRecord& record) override;
+  void input(const InputRecord&) override {}
+  void connection(const ConnectionRecord&) override {}
+  void message(const MessageRecord& record) override;
+  void finding(const Finding& record) override;
+  void gap(const GapRecord&) override {}
+  void summary(const Summary& record) override;
+
+ private:
+  void details(const Finding& record);
+  std::string severityAndRule(const Finding& record) const;
+  std::string painted(std::string_view text, std::string_view color) const;
+
+  std::ostream& out_;
+  Style style_;
+  std::string messageLine_;  // of the last message, until its first finding prints it
+  bool wroteBlock_ = false;
+};
+
+}  // namespace qv::check

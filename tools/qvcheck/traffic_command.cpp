@@ -1,0 +1,133 @@
+#include "tools/qvcheck/traffic_command.h"
+
+#include <csignal>
+#include <memory>
+#include <string>
+
+#include "capture/byte_source.h"
+#include "capture/exchange_pairing.h"
+#include "capture/stream_items.h"
+#include "tools/qvcheck/message_checker.h"
+#include "tools/qvcheck/output_files.h"
+#include "tools/qvcheck/profile_loading.h"
+
+namespace qv::check {
+
+namespace {
+
+using capture::ByteStreamItems;
+using capture::Direction;
+
+volatile std::sig_atomic_t endingSignal = 0;
+
+void noteSignal(int signal) {
+  endingSignal = signal;
+}
+
+// Lets a run that is interrupted close its report, as long as it lives.
+class SignalWatch {
+ public:
+  SignalWatch() {
+    endingSignal = 0;
+    struct sigaction action {};
+    action.sa_handler = noteSignal;
+    for (std::size_t i = 0; i < kCount; ++i) sigaction(kSignals[i], &action, &before_[i]);
+  }
+  ~SignalWatch() {
+    for (std::size_t i = 0; i < kCount; ++i) sigaction(kSignals[i], &before_[i], nullptr);
+  }
+  SignalWatch(const SignalWatch&) = delete;
+  SignalWatch& operator=(const SignalWatch&) = delete;
+
+ private:
+  static constexpr int kSignals[] = {SIGINT, SIGTERM};
+  static constexpr std::size_t kCount = 2;
+  struct sigaction before_[kCount] {};
+};
+
+InputRecord inputRecord(std::size_t number, const std::string& name) {
+  InputRecord record;
+  record.input = number;
+  record.name = name;
+  record.format = "http";
+  record.fidelity = "exact";
+  return record;
+}
+
+// The stream, or null with a complaint.
+std::shared_ptr<ByteStreamItems> openStream(const std::string& file, Direction direction,
+                                            const TrafficOptions& options, Report& report,
+                                            std::ostream& err) {
+  std::optional<std::string> error;
+  auto source = capture::FileSource::open(file, &error);
+  if (source == nullptr) {
+    err << "qvcheck: " << textOrNull(error) << '\n';
+    report.noteOutcome(ExitCode::inputDamaged);
+    report.noteIncomplete();
+    return nullptr;
+  }
+  return std::make_shared<ByteStreamItems>(std::move(source), direction,
+                                           capture::FramingLimits{options.maxMessageSize});
+}
+
+void closeInput(const ByteStreamItems& stream, InputRecord& record, Report& report,
+                std::ostream& err) {
+  record.bytes = stream.bytesRead();
+  if (const auto error = stream.source().error()) {
+    err << "qvcheck: " << *error << '\n';
+    record.complete = false;
+  }
+  report.input(record);
+}
+
+void checkConnection(const TrafficOptions& options, Report& report, std::ostream& err) {
+  const auto requests =
+      openStream(options.requestFile, Direction::toAccessory, options, report, err);
+  const auto responses =
+      openStream(options.responseFile, Direction::toController, options, report, err);
+  if (requests == nullptr || responses == nullptr) return;
+  InputRecord requestInput = inputRecord(1, options.requestFile);
+  InputRecord responseInput = inputRecord(2, options.responseFile);
+  report.connection({1, 1});
+  MessageChecker checker(report, 1, requestInput, responseInput);
+  capture::ExchangePairing pairing(requests, responses);
+  while (endingSignal == 0) {
+    const auto record = pairing.next();
+    if (!record) break;
+    checker.check(*record);
+  }
+  if (endingSignal != 0) report.noteIncomplete();
+  closeInput(*requests, requestInput, report, err);
+  closeInput(*responses, responseInput, report, err);
+}
+
+RunRecord runRecord(const TrafficOptions& options) {
+  RunRecord run;
+  run.command = "traffic";
+  for (const std::string& profile : options.profiles) run.options.emplace_back("profile", profile);
+  run.options.emplace_back("request", options.requestFile);
+  run.options.emplace_back("response", options.responseFile);
+  run.options.emplace_back("max-message-size", std::to_string(options.maxMessageSize));
+  run.options.emplace_back(
+      "fail-on", options.report.failOn ? std::string(nameOf(*options.report.failOn)) : "never");
+  return run;
+}
+
+}  // namespace
+
+int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& err,
+               bool outIsTerminal) {
+  OutputFiles outputs(options.report, out, outIsTerminal, true);
+  if (outputs.error()) {
+    err << "qvcheck: " << *outputs.error() << '\n';
+    return static_cast<int>(ExitCode::usage);
+  }
+  const SignalWatch watch;
+  Report report(outputs.sinks(), options.report.failOn);
+  report.run(runRecord(options));
+  if (loadProfiles(options.profiles, report, err)) checkConnection(options, report, err);
+  const int exit = report.finish(true, endingSignal);
+  return outputs.flush() ? exit : static_cast<int>(ExitCode::toolFault);
+}
+
+}  // namespace qv::check
