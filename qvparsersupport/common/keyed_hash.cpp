@@ -25,7 +25,9 @@ HashKey drawKey() {
   } catch (const std::exception&) {  // no entropy source: an address and a clock are better than a
                                      // constant
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-    return {reinterpret_cast<std::uintptr_t>(&now), static_cast<std::uint64_t>(now)};
+    HashKey key{0, static_cast<std::uint64_t>(now)};
+    key.first = reinterpret_cast<std::uintptr_t>(&now);
+    return key;
   }
 }
 
