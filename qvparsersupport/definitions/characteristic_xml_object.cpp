@@ -25,7 +25,17 @@ std::string textOrNull(std::optional<std::string_view> text) {
 }  // namespace
 
 struct QVCharacteristicXMLObject::Children {
-  enum Tag : std::size_t { type, format, minValue, maxValue, step, unit, properties, ip, btle };
+  enum class Tag : std::size_t {
+    type,
+    format,
+    minValue,
+    maxValue,
+    step,
+    unit,
+    properties,
+    ip,
+    btle
+  };
   std::array<TaggedChildren, 9> byTag{{{"type"},
                                        {"format"},
                                        {"minValue"},
@@ -36,7 +46,7 @@ struct QVCharacteristicXMLObject::Children {
                                        {"ip"},
                                        {"btle"}}};
 
-  const TaggedChildren& operator[](Tag tag) const { return byTag[tag]; }
+  const TaggedChildren& operator[](Tag tag) const { return byTag[static_cast<std::size_t>(tag)]; }
 };
 
 std::span<const std::string_view> QVCharacteristicPropertyXMLObject::allowedAttributeKeys() const {
@@ -89,16 +99,16 @@ void QVCharacteristicXMLObject::load(
   initWithElement(std::move(source));
   Children children;
   findChildren(element().get(), children.byTag);
-  loadIdentity(parentCharacteristic, transport, children[Children::type]);
-  loadFormat(children[Children::format]);
+  loadIdentity(parentCharacteristic, transport, children[Children::Tag::type]);
+  loadFormat(children[Children::Tag::format]);
   loadRange(children);
-  loadStep(children[Children::step]);
-  unit_ = valueAmong(children[Children::unit], "name");
-  loadMaximumLength(children[Children::format]);
-  loadEnum(children[Children::format]);
-  loadTlv8(children[Children::format]);
-  loadProperties(children[Children::properties]);
-  loadInstances(parentCharacteristic, children[Children::ip], children[Children::btle]);
+  loadStep(children[Children::Tag::step]);
+  unit_ = valueAmong(children[Children::Tag::unit], "name");
+  loadMaximumLength(children[Children::Tag::format]);
+  loadEnum(children[Children::Tag::format]);
+  loadTlv8(children[Children::Tag::format]);
+  loadProperties(children[Children::Tag::properties]);
+  loadInstances(parentCharacteristic, children[Children::Tag::ip], children[Children::Tag::btle]);
 }
 
 void QVCharacteristicXMLObject::loadFormat(const TaggedChildren& format) {
@@ -111,12 +121,12 @@ void QVCharacteristicXMLObject::loadFormat(const TaggedChildren& format) {
 }
 
 void QVCharacteristicXMLObject::loadRange(const Children& children) {
-  if (const auto text = valueAmong(children[Children::minValue], "value")) {
+  if (const auto text = valueAmong(children[Children::Tag::minValue], "value")) {
     if (text->empty()) raise("minValue must not be empty string");
     minValue_ = limitFromText(*text);
     if (!minValue_) raise("minValue is only applicable to float and int types");
   }
-  if (const auto text = valueAmong(children[Children::maxValue], "value")) {
+  if (const auto text = valueAmong(children[Children::Tag::maxValue], "value")) {
     if (text->empty()) raise("maxValue must not be empty string");
     maxValue_ = limitFromText(*text);
     if (!maxValue_) raise("maxValue is only applicable to float and int types");
