@@ -139,8 +139,7 @@ class TreeHandler {
   }
 
   void push(Value::Type type, const void* address, std::size_t size) {
-    values_.push_back(
-        {type, NumericKind::signedLongLong, reinterpret_cast<std::uint64_t>(address), size});
+    values_.push_back(ValueBuilder::nodeOf(type, address, size));
   }
 
   ValueStorage* storage_;

@@ -10,19 +10,15 @@ namespace qv {
 namespace {
 
 std::string_view textOfNode(const ValueNode& node) {
-  return {reinterpret_cast<const char*>(node.payload), node.size};
+  return {static_cast<const char*>(node.address), node.size};
 }
 
 const ValueNode* elementsOf(const ValueNode& node) {
-  return reinterpret_cast<const ValueNode*>(node.payload);
+  return static_cast<const ValueNode*>(node.address);
 }
 
 const ValueEntryNode* entriesOf(const ValueNode& node) {
-  return reinterpret_cast<const ValueEntryNode*>(node.payload);
-}
-
-ValueNode nodeWith(Value::Type type, const void* address, std::size_t size) {
-  return {type, NumericKind::signedLongLong, reinterpret_cast<std::uint64_t>(address), size};
+  return static_cast<const ValueEntryNode*>(node.address);
 }
 
 // Keeps a fresh storage from leaking when filling it fails.
@@ -40,7 +36,7 @@ struct StorageOwner {
 Value leaf(Value::Type type, std::string_view payload) {
   StorageOwner owner;
   const std::string_view copy = owner.storage->copyText(payload);
-  return ValueBuilder::adopt(nodeWith(type, copy.data(), copy.size()), owner.take());
+  return ValueBuilder::adopt(ValueBuilder::nodeOf(type, copy.data(), copy.size()), owner.take());
 }
 
 // Compares two nodes without looking into containers; containers of equal size go onto the list.
@@ -56,7 +52,7 @@ bool equalOutside(const ValueNode& left, const ValueNode& right, Pairs& pending)
     case Value::Type::bytes:
       return textOfNode(left) == textOfNode(right);
     case Value::Type::object:
-      return left.payload == right.payload;
+      return left.address == right.address;
     case Value::Type::array:
     case Value::Type::dictionary:
       if (left.size != right.size) return false;
@@ -69,25 +65,26 @@ bool equalOutside(const ValueNode& left, const ValueNode& right, Pairs& pending)
 }  // namespace
 
 ValueNode ValueBuilder::nodeOf(Number number) {
-  return {Value::Type::number, number.kind_, number.bits_, 0};
+  ValueNode node;
+  node.type = Value::Type::number;
+  node.kind = number.kind_;
+  node.bits = number.bits_;
+  return node;
+}
+
+ValueNode ValueBuilder::nodeOf(Value::Type type, const void* address, std::size_t size) {
+  ValueNode node;
+  node.type = type;
+  node.address = address;
+  node.size = size;
+  return node;
 }
 
 Number ValueBuilder::numberOf(const ValueNode& node) {
-  return Number::ofUnsigned(node.kind, node.payload);
+  return Number::ofUnsigned(node.kind, node.bits);
 }
 
-Value::Value(Number number) : type_(Type::number), kind_(number.kind_), payload_(number.bits_) {}
-
-Value::Value(const ValueNode& node, ValueStorage* storage)
-    : type_(node.type),
-      kind_(node.kind),
-      payload_(node.payload),
-      size_(node.size),
-      storage_(storage) {}
-
-ValueNode Value::node() const {
-  return {type_, kind_, payload_, size_};
-}
+Value::Value(Number number) : node_(ValueBuilder::nodeOf(number)) {}
 
 Value Value::string(std::string_view text) {
   return leaf(Type::string, text);
@@ -103,10 +100,10 @@ Value Value::array(std::span<const Value> elements) {
   nodes.reserve(elements.size());
   for (const Value& element : elements) {
     owner.storage->adopt(element.storage_);
-    nodes.push_back(element.node());
+    nodes.push_back(element.node_);
   }
   const ValueNode* copy = owner.storage->copyNodes(nodes);
-  return {nodeWith(Type::array, copy, nodes.size()), owner.take()};
+  return {ValueBuilder::nodeOf(Type::array, copy, nodes.size()), owner.take()};
 }
 
 Value Value::dictionary(std::span<const Entry> entries) {
@@ -115,36 +112,27 @@ Value Value::dictionary(std::span<const Entry> entries) {
   nodes.reserve(entries.size());
   for (const auto& [key, value] : entries) {
     owner.storage->adopt(value.storage_);
-    nodes.push_back({owner.storage->copyText(key), value.node()});
+    nodes.push_back({owner.storage->copyText(key), value.node_});
   }
   std::size_t size = 0;
   const ValueEntryNode* copy = owner.storage->copyEntries(nodes, size, nullptr);
-  return {nodeWith(Type::dictionary, copy, size), owner.take()};
+  return {ValueBuilder::nodeOf(Type::dictionary, copy, size), owner.take()};
 }
 
 Value Value::object(std::shared_ptr<ValueObject> object) {
   if (object == nullptr) return {};
   StorageOwner owner;
-  const ValueNode node = nodeWith(Type::object, object.get(), 0);
+  const ValueNode node = ValueBuilder::nodeOf(Type::object, object.get(), 0);
   owner.storage->hold(std::move(object));
   return {node, owner.take()};
 }
 
-Value::Value(const Value& other)
-    : type_(other.type_),
-      kind_(other.kind_),
-      payload_(other.payload_),
-      size_(other.size_),
-      storage_(other.storage_) {
+Value::Value(const Value& other) : node_(other.node_), storage_(other.storage_) {
   if (storage_ != nullptr) storage_->retain();
 }
 
 Value::Value(Value&& other) noexcept
-    : type_(std::exchange(other.type_, Type::null)),
-      kind_(other.kind_),
-      payload_(other.payload_),
-      size_(std::exchange(other.size_, 0)),
-      storage_(std::exchange(other.storage_, nullptr)) {}
+    : node_(std::exchange(other.node_, Node())), storage_(std::exchange(other.storage_, nullptr)) {}
 
 Value& Value::operator=(const Value& other) {
   if (this != &other) *this = Value(other);
@@ -152,10 +140,7 @@ Value& Value::operator=(const Value& other) {
 }
 
 Value& Value::operator=(Value&& other) noexcept {
-  std::swap(type_, other.type_);
-  std::swap(kind_, other.kind_);
-  std::swap(payload_, other.payload_);
-  std::swap(size_, other.size_);
+  std::swap(node_, other.node_);
   std::swap(storage_, other.storage_);
   return *this;
 }
@@ -165,57 +150,57 @@ Value::~Value() {
 }
 
 std::optional<Number> Value::asNumber() const {
-  if (type_ != Type::number) return std::nullopt;
-  return ValueBuilder::numberOf(node());
+  if (node_.type != Type::number) return std::nullopt;
+  return ValueBuilder::numberOf(node_);
 }
 
 std::optional<std::string_view> Value::asString() const {
-  if (type_ != Type::string) return std::nullopt;
-  return textOfNode(node());
+  if (node_.type != Type::string) return std::nullopt;
+  return textOfNode(node_);
 }
 
 std::optional<ByteView> Value::asBytes() const {
-  if (type_ != Type::bytes) return std::nullopt;
-  return bytesOf(textOfNode(node()));
+  if (node_.type != Type::bytes) return std::nullopt;
+  return bytesOf(textOfNode(node_));
 }
 
 std::shared_ptr<ValueObject> Value::asObject() const {
-  if (type_ != Type::object) return nullptr;
+  if (node_.type != Type::object) return nullptr;
   // A value inside a container shares the container's storage, so the owner is found through the
   // object itself.
-  if (storage_->object().get() == reinterpret_cast<ValueObject*>(payload_))
-    return storage_->object();
-  return {std::shared_ptr<const Value>(new Value(*this)), reinterpret_cast<ValueObject*>(payload_)};
+  const auto* address = static_cast<const ValueObject*>(node_.address);
+  if (storage_->object().get() == address) return storage_->object();
+  return {std::shared_ptr<const Value>(new Value(*this)), const_cast<ValueObject*>(address)};
 }
 
 std::size_t Value::count() const {
-  return type_ == Type::array || type_ == Type::dictionary ? size_ : 0;
+  return node_.type == Type::array || node_.type == Type::dictionary ? node_.size : 0;
 }
 
 Value Value::at(std::size_t index) const {
   if (index >= count()) return {};
   const ValueNode child =
-      type_ == Type::array ? elementsOf(node())[index] : entriesOf(node())[index].value;
+      node_.type == Type::array ? elementsOf(node_)[index] : entriesOf(node_)[index].value;
   const bool inlineOnly = child.type == Type::null || child.type == Type::number;
   if (!inlineOnly) storage_->retain();
   return {child, inlineOnly ? nullptr : storage_};
 }
 
 std::string_view Value::keyAt(std::size_t index) const {
-  if (type_ != Type::dictionary || index >= size_) return {};
-  return entriesOf(node())[index].key;
+  if (node_.type != Type::dictionary || index >= node_.size) return {};
+  return entriesOf(node_)[index].key;
 }
 
 std::optional<Value> Value::find(std::string_view key) const {
-  if (type_ != Type::dictionary) return std::nullopt;
-  const std::size_t index = findEntry(entriesOf(node()), size_, key);
-  if (index == size_) return std::nullopt;
+  if (node_.type != Type::dictionary) return std::nullopt;
+  const std::size_t index = findEntry(entriesOf(node_), node_.size, key);
+  if (index == node_.size) return std::nullopt;
   return at(index);
 }
 
 bool operator==(const Value& left, const Value& right) {
   Pairs pending;
-  if (!equalOutside(left.node(), right.node(), pending)) return false;
+  if (!equalOutside(left.node_, right.node_, pending)) return false;
   while (!pending.empty()) {
     const auto [one, other] = pending.back();
     pending.pop_back();

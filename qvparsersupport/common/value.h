@@ -18,7 +18,6 @@
 namespace qv {
 
 class ValueStorage;
-struct ValueNode;
 
 // Base of the library's own objects that may stand where a Value is taken, such as a TLV8 packet.
 class QV_EXPORT ValueObject {
@@ -44,6 +43,17 @@ class QV_EXPORT Value {
   enum class Type : std::uint8_t { null, number, string, bytes, array, dictionary, object };
   using Entry = std::pair<std::string, Value>;
 
+  // How a value is kept; for the builders of values, not for hosts.
+  struct Node {
+    Type type = Type::null;
+    NumericKind kind = NumericKind::signedLongLong;
+    union {
+      std::uint64_t bits = 0;  // of a number
+      const void* address;     // the first byte, element or entry, or the object
+    };
+    std::size_t size = 0;  // bytes, elements or entries
+  };
+
   Value() = default;     // the null Value
   Value(Number number);  // NOLINT(google-explicit-constructor)
   static Value string(std::string_view text);
@@ -66,13 +76,13 @@ class QV_EXPORT Value {
   Value& operator=(Value&& other) noexcept;
   ~Value();
 
-  Type type() const { return type_; }
-  bool isNull() const { return type_ == Type::null; }
-  bool isNumber() const { return type_ == Type::number; }
-  bool isString() const { return type_ == Type::string; }
-  bool isBytes() const { return type_ == Type::bytes; }
-  bool isArray() const { return type_ == Type::array; }
-  bool isDictionary() const { return type_ == Type::dictionary; }
+  Type type() const { return node_.type; }
+  bool isNull() const { return node_.type == Type::null; }
+  bool isNumber() const { return node_.type == Type::number; }
+  bool isString() const { return node_.type == Type::string; }
+  bool isBytes() const { return node_.type == Type::bytes; }
+  bool isArray() const { return node_.type == Type::array; }
+  bool isDictionary() const { return node_.type == Type::dictionary; }
 
   // Each answers null when the value is of another type.
   std::optional<Number> asNumber() const;
@@ -98,13 +108,9 @@ class QV_EXPORT Value {
 
  private:
   friend class ValueBuilder;
-  Value(const ValueNode& node, ValueStorage* storage);
-  ValueNode node() const;
+  Value(const Node& node, ValueStorage* storage) : node_(node), storage_(storage) {}
 
-  Type type_ = Type::null;
-  NumericKind kind_ = NumericKind::signedLongLong;
-  std::uint64_t payload_ = 0;
-  std::size_t size_ = 0;
+  Node node_;
   ValueStorage* storage_ = nullptr;  // null for null and numbers
 };
 

@@ -17,12 +17,7 @@
 
 namespace qv {
 
-struct ValueNode {
-  Value::Type type = Value::Type::null;
-  NumericKind kind = NumericKind::signedLongLong;
-  std::uint64_t payload = 0;  // number bits, or the address of the first byte, element or entry
-  std::size_t size = 0;       // bytes, elements or entries
-};
+using ValueNode = Value::Node;
 
 struct ValueEntryNode {
   std::string_view key;
@@ -81,9 +76,10 @@ std::size_t findEntry(const ValueEntryNode* entries, std::size_t size, std::stri
 class ValueBuilder {
  public:
   static Value adopt(const ValueNode& node, ValueStorage* storage) { return {node, storage}; }
-  static ValueNode node(const Value& value) { return value.node(); }
+  static const ValueNode& node(const Value& value) { return value.node_; }
   static ValueStorage* storage(const Value& value) { return value.storage_; }
   static ValueNode nodeOf(Number number);
+  static ValueNode nodeOf(Value::Type type, const void* address, std::size_t size);
   static Number numberOf(const ValueNode& node);
 };
 

@@ -225,7 +225,7 @@ void XMLTreeBuilder::append(XMLNode* node) {
 std::string_view XMLTreeBuilder::keepName(std::string_view name) {
   const auto first = static_cast<unsigned char>(name.empty() ? 0 : name.front());
   const auto last = static_cast<unsigned char>(name.empty() ? 0 : name.back());
-  std::string_view& slot = names_[(name.size() * 31 + first * 7U + last) % kNameSlots];
+  std::string_view& slot = names_[(name.size() * 31 + first * std::size_t{7} + last) % kNameSlots];
   if (slot != name) slot = arena_.copyText(name);
   return slot;
 }
