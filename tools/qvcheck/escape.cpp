@@ -27,15 +27,16 @@ std::uint32_t codePointOf(std::string_view sequence) {
   return codePoint;
 }
 
-// The well-formed multi-byte sequence at the front, empty when there is none.
+// The well-formed sequence at the front, empty when there is none.
 std::string_view sequenceAt(std::string_view text) {
-  for (std::size_t length = 2; length <= 4 && length <= text.size(); ++length) {
-    if (isValidUTF8(bytesOf(text.substr(0, length)))) {
-      return codePointCount(text.substr(0, length)) == 1 ? text.substr(0, length)
-                                                         : std::string_view();
-    }
+  for (std::size_t length = 1; length <= 4 && length <= text.size(); ++length) {
+    if (isValidUTF8(bytesOf(text.substr(0, length)))) return text.substr(0, length);
   }
   return {};
+}
+
+bool isControl(char c) {
+  return (c >= 0 && c < 0x20) || c == 0x7F;
 }
 
 }  // namespace
@@ -44,24 +45,15 @@ std::string escaped(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
-    const auto byte = static_cast<unsigned char>(text[0]);
-    std::size_t taken = 1;
-    if (byte >= 0x20 && byte < 0x7F) {
-      out.push_back(text[0]);
-    } else if (byte < 0x80) {
-      fmt::format_to(std::back_inserter(out), "\\x{:02x}", byte);
-    } else if (const std::string_view sequence = sequenceAt(text); sequence.empty()) {
-      fmt::format_to(std::back_inserter(out), "\\x{:02x}", byte);
+    const std::string_view sequence = sequenceAt(text);
+    if (sequence.empty() || isControl(text[0])) {
+      fmt::format_to(std::back_inserter(out), "\\x{:02x}", static_cast<unsigned char>(text[0]));
+    } else if (sequence.size() > 1 && isTreacherous(codePointOf(sequence))) {
+      fmt::format_to(std::back_inserter(out), "\\u{{{:04X}}}", codePointOf(sequence));
     } else {
-      taken = sequence.size();
-      const std::uint32_t codePoint = codePointOf(sequence);
-      if (isTreacherous(codePoint)) {
-        fmt::format_to(std::back_inserter(out), "\\u{{{:04X}}}", codePoint);
-      } else {
-        out.append(sequence);
-      }
+      out.append(sequence);
     }
-    text.remove_prefix(taken);
+    text.remove_prefix(sequence.empty() ? 1 : sequence.size());
   }
   return out;
 }
