@@ -3,6 +3,8 @@
 #include <utf8proc.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace qv {
 
@@ -44,14 +46,37 @@ std::size_t codePointCount(std::string_view text) {
 }
 
 bool isPlainLowercase(std::string_view text) {
-  return std::none_of(text.begin(), text.end(),
-                      [](char c) { return (c >= 'A' && c <= 'Z') || (c & 0x80) != 0; });
+  // Eight bytes at a time: the top bit of a lane tells "beyond ASCII", "at least A", "beyond Z".
+  constexpr std::uint64_t kLanes = 0x0101010101010101U;
+  constexpr std::uint64_t kTop = 0x80 * kLanes;
+  const auto isPlain = [](std::uint64_t word) {
+    const std::uint64_t low = word & ~kTop;
+    const std::uint64_t fromA = low + (0x80 - 'A') * kLanes;
+    const std::uint64_t beyondZ = low + (0x80 - 'Z' - 1) * kLanes;
+    return ((word | (fromA & ~beyondZ)) & kTop) == 0;
+  };
+  std::uint64_t word = 0;
+  std::size_t at = 0;
+  for (; at + 8 <= text.size(); at += 8) {
+    std::memcpy(&word, text.data() + at, 8);
+    if (!isPlain(word)) return false;
+  }
+  if (at == text.size()) return true;
+  word = 0;
+  for (; at < text.size(); ++at) word = word << 8 | static_cast<unsigned char>(text[at]);
+  return isPlain(word);
 }
 
 std::string lowercased(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  ByteView rest = bytesOf(text);
+  std::string result(text);
+  std::size_t ascii = 0;
+  for (; ascii < result.size() && (result[ascii] & 0x80) == 0; ++ascii) {
+    const char c = result[ascii];
+    if (c >= 'A' && c <= 'Z') result[ascii] = static_cast<char>(c + ('a' - 'A'));
+  }
+  if (ascii == result.size()) return result;
+  result.resize(ascii);
+  ByteView rest = bytesOf(text.substr(ascii));
   while (!rest.empty()) {
     const std::size_t length = sequenceLength(rest);
     if (length <= 1) {
