@@ -103,7 +103,9 @@ void QVCharacteristicXMLObject::load(
   loadFormat(children[Children::Tag::format]);
   loadRange(children);
   loadStep(children[Children::Tag::step]);
-  unit_ = valueAmong(children[Children::Tag::unit], "name");
+  if (const auto unit = valueAmong(children[Children::Tag::unit], "name")) {
+    ownRare().unit = std::string(*unit);
+  }
   loadMaximumLength(children[Children::Tag::format]);
   loadEnum(children[Children::Tag::format]);
   loadTlv8(children[Children::Tag::format]);
@@ -123,13 +125,13 @@ void QVCharacteristicXMLObject::loadFormat(const TaggedChildren& format) {
 void QVCharacteristicXMLObject::loadRange(const Children& children) {
   if (const auto text = valueAmong(children[Children::Tag::minValue], "value")) {
     if (text->empty()) raise("minValue must not be empty string");
-    minValue_ = limitFromText(*text);
-    if (!minValue_) raise("minValue is only applicable to float and int types");
+    ownRare().minValue = limitFromText(*text);
+    if (!rare().minValue) raise("minValue is only applicable to float and int types");
   }
   if (const auto text = valueAmong(children[Children::Tag::maxValue], "value")) {
     if (text->empty()) raise("maxValue must not be empty string");
-    maxValue_ = limitFromText(*text);
-    if (!maxValue_) raise("maxValue is only applicable to float and int types");
+    ownRare().maxValue = limitFromText(*text);
+    if (!rare().maxValue) raise("maxValue is only applicable to float and int types");
   }
 }
 
@@ -158,14 +160,14 @@ void QVCharacteristicXMLObject::loadStep(const TaggedChildren& step) {
   if (ownFormat != QVFormatType::integer && ownFormat != QVFormatType::floatingPoint) {
     raise("step is only applicable to float and int types");
   }
-  step_ = limitFromText(*text);
+  ownRare().step = limitFromText(*text);
 }
 
 void QVCharacteristicXMLObject::loadMaximumLength(const TaggedChildren& format) {
   const auto text = valueAmong(format, "maximumLength");
   if (!text) return;
   if (!holdsOnlyDecimalDigits(*text)) raise("maximumLength must be an integer");
-  maximumLength_ = Number::int64(integerReading(*text));
+  ownRare().maximumLength = Number::int64(integerReading(*text));
 }
 
 void QVCharacteristicXMLObject::loadEnum(const TaggedChildren& formatChildren) {
@@ -217,6 +219,16 @@ void QVCharacteristicXMLObject::validateContents() const {
   if (format() == QVFormatType::none) raise("Must have a format string");
 }
 
+QVCharacteristicXMLObject::Rare& QVCharacteristicXMLObject::ownRare() {
+  if (rare_ == nullptr) rare_ = std::make_unique<Rare>();
+  return *rare_;
+}
+
+const QVCharacteristicXMLObject::Rare& QVCharacteristicXMLObject::noRare() {
+  static const auto* const none = new Rare();
+  return *none;
+}
+
 QVFormatType QVCharacteristicXMLObject::format() const {
   if (format_ != QVFormatType::none) return format_;
   const auto format = inherited([](const QVCharacteristicXMLObject& each) {
@@ -230,19 +242,19 @@ DefinitionList<QVCharacteristicPropertyXMLObject> QVCharacteristicXMLObject::pro
 }
 
 std::optional<Number> QVCharacteristicXMLObject::minValue() const {
-  return inherited([](const QVCharacteristicXMLObject& each) { return each.minValue_; });
+  return inherited([](const QVCharacteristicXMLObject& each) { return each.rare().minValue; });
 }
 
 std::optional<Number> QVCharacteristicXMLObject::maxValue() const {
-  return inherited([](const QVCharacteristicXMLObject& each) { return each.maxValue_; });
+  return inherited([](const QVCharacteristicXMLObject& each) { return each.rare().maxValue; });
 }
 
 std::optional<Number> QVCharacteristicXMLObject::step() const {
-  return inherited([](const QVCharacteristicXMLObject& each) { return each.step_; });
+  return inherited([](const QVCharacteristicXMLObject& each) { return each.rare().step; });
 }
 
 std::optional<std::string> QVCharacteristicXMLObject::unit() const {
-  return inherited([](const QVCharacteristicXMLObject& each) { return each.unit_; });
+  return inherited([](const QVCharacteristicXMLObject& each) { return each.rare().unit; });
 }
 
 std::shared_ptr<QVEnumXMLObject> QVCharacteristicXMLObject::enumDefinition() const {

@@ -70,26 +70,26 @@ class QV_EXPORT QVCharacteristicXMLObject : public QVTransportFamily<QVCharacter
   std::shared_ptr<QVTLV8XMLObject> tlv8Definition() const;
 
   // Deliberate: the one limit that is not inherited.
-  const std::optional<Number>& maximumLength() const { return maximumLength_; }
+  const std::optional<Number>& maximumLength() const { return rare().maximumLength; }
 
   // Two slots for a client's own use; null at first, never touched by the library.
   using Transformers = std::optional<std::vector<std::shared_ptr<const QVTransformer>>>;
   using Identifiers = std::optional<std::vector<std::shared_ptr<QVIdentifier>>>;
-  const Transformers& cachedTransformers() const { return cachedTransformers_; }
-  const Identifiers& cachedIdentifiers() const { return cachedIdentifiers_; }
-  void setCachedTransformers(Transformers list) { cachedTransformers_ = std::move(list); }
-  void setCachedIdentifiers(Identifiers list) { cachedIdentifiers_ = std::move(list); }
+  const Transformers& cachedTransformers() const { return rare().cachedTransformers; }
+  const Identifiers& cachedIdentifiers() const { return rare().cachedIdentifiers; }
+  void setCachedTransformers(Transformers list) { ownRare().cachedTransformers = std::move(list); }
+  void setCachedIdentifiers(Identifiers list) { ownRare().cachedIdentifiers = std::move(list); }
 
   // Each sets this object's own value only.
   void setFormat(QVFormatType format) { format_ = format; }
   void setProperties(DefinitionList<QVCharacteristicPropertyXMLObject> list) {
     properties_ = std::move(list);
   }
-  void setMinValue(std::optional<Number> value) { minValue_ = value; }
-  void setMaxValue(std::optional<Number> value) { maxValue_ = value; }
-  void setStep(std::optional<Number> value) { step_ = value; }
-  void setUnit(std::optional<std::string> unit) { unit_ = std::move(unit); }
-  void setMaximumLength(std::optional<Number> length) { maximumLength_ = length; }
+  void setMinValue(std::optional<Number> value) { ownRare().minValue = value; }
+  void setMaxValue(std::optional<Number> value) { ownRare().maxValue = value; }
+  void setStep(std::optional<Number> value) { ownRare().step = value; }
+  void setUnit(std::optional<std::string> unit) { ownRare().unit = std::move(unit); }
+  void setMaximumLength(std::optional<Number> length) { ownRare().maximumLength = length; }
   void setEnumDefinition(std::shared_ptr<QVEnumXMLObject> definition) {
     enumDefinition_ = std::move(definition);
   }
@@ -103,6 +103,21 @@ class QV_EXPORT QVCharacteristicXMLObject : public QVTransportFamily<QVCharacter
  private:
   friend class QVTransportFamily<QVCharacteristicXMLObject>;
   struct Children;
+  // What most definitions do not have; kept apart because a profile makes three definitions of
+  // every characteristic.
+  struct Rare {
+    std::optional<Number> minValue;
+    std::optional<Number> maxValue;
+    std::optional<Number> step;
+    std::optional<Number> maximumLength;
+    std::optional<std::string> unit;
+    Transformers cachedTransformers;
+    Identifiers cachedIdentifiers;
+  };
+
+  const Rare& rare() const { return rare_ != nullptr ? *rare_ : noRare(); }
+  Rare& ownRare();
+  static const Rare& noRare();
 
   void load(std::shared_ptr<const XMLElement> source,
             const std::shared_ptr<QVCharacteristicXMLObject>& parentCharacteristic,
@@ -119,15 +134,9 @@ class QV_EXPORT QVCharacteristicXMLObject : public QVTransportFamily<QVCharacter
 
   QVFormatType format_ = QVFormatType::none;
   DefinitionList<QVCharacteristicPropertyXMLObject> properties_;
-  std::optional<Number> minValue_;
-  std::optional<Number> maxValue_;
-  std::optional<Number> step_;
-  std::optional<std::string> unit_;
-  std::optional<Number> maximumLength_;
+  std::unique_ptr<Rare> rare_;
   std::shared_ptr<QVEnumXMLObject> enumDefinition_;
   std::shared_ptr<QVTLV8XMLObject> tlv8Definition_;
-  Transformers cachedTransformers_;
-  Identifiers cachedIdentifiers_;
 };
 
 }  // namespace qv

@@ -30,10 +30,23 @@ class IndexedList {
 
   const DefinitionList<Definition>& list() const { return list_; }
 
+  using Tables = std::array<KeyTable, Rule::kTables>;
+
   void set(DefinitionList<Definition> list) {
     list_ = std::move(list);
     own_ = nullptr;
     rebuild();
+  }
+
+  // A list whose keys the caller has collected already, every key of every definition.
+  void set(std::vector<Handle> list, Tables tables) {
+    usable_ = false;
+    auto made = std::make_shared<std::vector<Handle>>(std::move(list));
+    own_ = made.get();
+    list_ = std::move(made);
+    tables_ = std::move(tables);
+    generation_ = lookupGeneration();
+    usable_ = prepareAll();
   }
 
   // Makes an empty list of a null one.
@@ -99,9 +112,16 @@ class IndexedList {
     return true;
   }
 
+  bool prepareAll() {
+    for (const Handle& each : *list_) {
+      if (!Rule::prepare(each)) return false;
+    }
+    return true;
+  }
+
   DefinitionList<Definition> list_;
   std::vector<Handle>* own_ = nullptr;  // the vector in `list_` when it was made here
-  std::array<KeyTable, Rule::kTables> tables_;
+  Tables tables_;
   std::uint64_t generation_ = 0;
   bool usable_ = true;
 };

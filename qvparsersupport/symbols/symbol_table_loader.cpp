@@ -58,37 +58,78 @@ std::optional<std::string_view> valueOf(const Definition& definition, Key key) {
   }
 }
 
-// Tests the six keys of a parent's instances against those of the section's earlier parents, and
-// only then adds them: the instances of one parent may share their values.
+// The keys of a section's parents and instances, all over one store of texts.
+struct SectionKeys {
+  std::shared_ptr<KeyStore> store = std::make_shared<KeyStore>();
+  KeyTable parents{store};
+  std::array<KeyTable, 2> instances{KeyTable(store), KeyTable(store)};
+};
+
+// The six keys of one parent, in the order of the rows; what an instance lacks is null.
 template <class Definition>
-void addUniqueKeys(KeyTable& keys, const Definition& parent,
-                   std::span<const UniquenessRow, 6> rows) {
-  const Definition* const instances[] = {IndexedDefinitions::ip(parent),
-                                         IndexedDefinitions::btle(parent)};
-  std::array<std::optional<std::string_view>, 6> values;
-  std::array<std::string, 2> lowercaseNames;
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    const auto which = static_cast<std::size_t>(rows[i].instance);
-    if (instances[which] == nullptr) continue;
-    values[i] = valueOf(*instances[which], rows[i].key);
-    if (!values[i]) continue;
-    if (rows[i].key == Key::name && !isPlainLowercase(*values[i])) {
-      lowercaseNames[which] = lowercased(*values[i]);
-      values[i] = lowercaseNames[which];
+class FamilyKeys {
+ public:
+  FamilyKeys(const Definition& parent, std::span<const UniquenessRow, 6> rows)
+      : parent_(parent), rows_(rows) {
+    const Definition* const instances[] = {IndexedDefinitions::ip(parent),
+                                           IndexedDefinitions::btle(parent)};
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      const auto which = static_cast<std::size_t>(rows[i].instance);
+      if (instances[which] == nullptr) continue;
+      const auto value = valueOf(*instances[which], rows[i].key);
+      if (value) keys_[i] = keyFor(i, *value);
+      values_[i] = value;
     }
-    if (!keys.contains(*values[i])) continue;
-    raiseLoadAssertion(
-        fmt::format(fmt::runtime(rows[i].text), valueOf(parent, rows[i].key).value_or(kNullText)),
-        parent.element());
   }
-  for (const auto& value : values) {
-    if (value) keys.insert(*value, 0);
+  FamilyKeys(const FamilyKeys&) = delete;
+  FamilyKeys& operator=(const FamilyKeys&) = delete;
+
+  void raiseIfTaken(const KeyTable& taken) const {
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+      if (!keys_[i] || !taken.contains(*keys_[i])) continue;
+      raiseLoadAssertion(fmt::format(fmt::runtime(rows_[i].text),
+                                     valueOf(parent_, rows_[i].key).value_or(kNullText)),
+                         parent_.element());
+    }
   }
-}
+
+  void addTo(KeyTable& parents, std::uint32_t position) {
+    for (auto& key : keys_) {
+      if (key) parents.insert(*key, position);
+    }
+  }
+
+  void addTo(KeyTable& instances, Instance instance, std::uint32_t position) {
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+      if (keys_[i] && rows_[i].instance == instance) instances.insert(*keys_[i], position);
+    }
+  }
+
+ private:
+  KeyTable::Key keyFor(std::size_t row, std::string_view value) {
+    // What both instances have from their parent is lower-cased and hashed once.
+    for (std::size_t earlier = 0; earlier < row; ++earlier) {
+      if (rows_[earlier].key == rows_[row].key && values_[earlier] &&
+          values_[earlier]->data() == value.data()) {
+        return *keys_[earlier];
+      }
+    }
+    if (rows_[row].key != Key::name || isPlainLowercase(value)) return KeyTable::Key(value);
+    std::string& lowercase = lowercaseNames_[static_cast<std::size_t>(rows_[row].instance)];
+    lowercase = lowercased(value);
+    return KeyTable::Key(lowercase);
+  }
+
+  const Definition& parent_;
+  std::span<const UniquenessRow, 6> rows_;
+  std::array<std::string, 2> lowercaseNames_;
+  std::array<std::optional<std::string_view>, 6> values_;  // as they are written
+  std::array<std::optional<KeyTable::Key>, 6> keys_;
+};
 
 void addUniqueName(KeyTable& names, const std::string& name, const char* text,
                    const std::shared_ptr<const XMLElement>& element) {
-  if (names.contains(name)) raiseLoadAssertion(fmt::format(fmt::runtime(text), name), element);
+  if (names.find(name)) raiseLoadAssertion(fmt::format(fmt::runtime(text), name), element);
   names.insert(name, 0);
 }
 
@@ -99,6 +140,21 @@ void forEachElement(const std::shared_ptr<const XMLElement>& section, std::strin
   for (auto* child = section->firstChildNamed(tag); child != nullptr;
        child = child->nextNamed(tag)) {
     read(std::shared_ptr<const XMLElement>(section, child));
+  }
+}
+
+template <class Definition>
+std::uint32_t positionAfter(const std::vector<Definition>& list) {
+  return static_cast<std::uint32_t>(list.size());
+}
+
+// The keys of a section that is the whole list are its index.
+template <class List, class Definition>
+void addSection(List& list, std::vector<Definition> section, KeyTable keys) {
+  if (list.list() == nullptr) {
+    list.set(std::move(section), {std::move(keys)});
+  } else {
+    list.append(section);
   }
 }
 
@@ -184,18 +240,26 @@ void QVSymbolTable::_loadTLV8s() {
 
 void QVSymbolTable::_loadCharacteristics() {
   std::vector<std::shared_ptr<QVCharacteristicXMLObject>> parents;
-  auto instances = std::make_shared<std::vector<std::shared_ptr<QVCharacteristicXMLObject>>>();
-  KeyTable keys;
+  std::vector<std::shared_ptr<QVCharacteristicXMLObject>> instances;
+  SectionKeys keys;
   forEachElement(_profilesElementWithName("characteristics"), "characteristic", [&](auto element) {
     auto parent = QVCharacteristicXMLObject::initWithXMLElement(std::move(element));
-    addUniqueKeys(keys, *parent, kCharacteristicRows);
-    if (auto ip = parent->ip()) instances->push_back(std::move(ip));
-    if (auto btle = parent->btle()) instances->push_back(std::move(btle));
+    FamilyKeys own(*parent, kCharacteristicRows);
+    own.raiseIfTaken(keys.parents);
+    own.addTo(keys.parents, positionAfter(parents));
+    if (auto ip = parent->ip()) {
+      own.addTo(keys.instances[0], Instance::ip, positionAfter(instances));
+      instances.push_back(std::move(ip));
+    }
+    if (auto btle = parent->btle()) {
+      own.addTo(keys.instances[1], Instance::btle, positionAfter(instances));
+      instances.push_back(std::move(btle));
+    }
     parents.push_back(std::move(parent));
   });
   // Deliberate: with several documents only the instances of the last one stay in the list.
-  setTransportCharacteristics(std::move(instances));
-  state_->characteristics.append(parents);
+  state_->transportCharacteristics.set(std::move(instances), std::move(keys.instances));
+  addSection(state_->characteristics, std::move(parents), std::move(keys.parents));
 }
 
 void QVSymbolTable::_loadServices() {
@@ -203,10 +267,12 @@ void QVSymbolTable::_loadServices() {
   KeyTable keys;
   forEachElement(_profilesElementWithName("services"), "service", [&](auto element) {
     auto parent = QVServiceXMLObject::initWithXMLElement(std::move(element));
-    addUniqueKeys(keys, *parent, kServiceRows);
+    FamilyKeys own(*parent, kServiceRows);
+    own.raiseIfTaken(keys);
+    own.addTo(keys, positionAfter(parents));
     parents.push_back(std::move(parent));
   });
-  state_->services.append(parents);
+  addSection(state_->services, std::move(parents), std::move(keys));
 }
 
 }  // namespace qv
