@@ -1,0 +1,83 @@
+// Recorded traffic, cut or with a byte flipped anywhere: nothing breaks, and what the capture lost
+// is never blamed on the peer.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "capture/stream_items.h"
+#include "qvparsersupport/symbols/symbol_table.h"
+#include "tests/qvcheck/temporary_folder.h"
+#include "tests/support/xml_fragment.h"
+#include "tools/qvcheck/message_checker.h"
+
+namespace qv::test {
+namespace {
+
+using capture::ByteStreamItems;
+using capture::Direction;
+
+struct Streams {
+  Bytes requests;
+  Bytes responses;
+};
+
+Bytes recorded(const std::string& name) {
+  const std::string text = readText(QV_SOURCE_DIR "/examples/captures/" + name);
+  return {text.begin(), text.end()};
+}
+
+std::shared_ptr<ByteStreamItems> itemsOf(const Bytes& bytes, Direction direction) {
+  return std::make_shared<ByteStreamItems>(std::make_shared<capture::MemorySource>(bytes),
+                                           direction);
+}
+
+// The exit code that the traffic would give, without the note about how the streams ended.
+int check(const Streams& streams) {
+  check::Report report({}, check::Severity::error);
+  check::InputRecord requests;
+  check::InputRecord responses;
+  check::MessageChecker checker(report, 1, requests, responses);
+  capture::ExchangePairing pairing(itemsOf(streams.requests, Direction::toAccessory),
+                                   itemsOf(streams.responses, Direction::toController));
+  while (const auto record = pairing.next()) checker.check(*record);
+  return report.finish(true);
+}
+
+class Robustness : public testing::Test {
+ protected:
+  void SetUp() override {
+    const std::vector documents = {
+        documentFrom(readText(QV_SOURCE_DIR "/examples/profiles/lamp.xml"))};
+    ASSERT_TRUE(QVSymbolTable::sharedSymbolTable().loadDocuments(documents));
+  }
+};
+
+TEST_F(Robustness, aCutNeverBlamesThePeer) {
+  const Streams clean = {recorded("pairing-clean.req"), recorded("pairing-clean.rsp")};
+  ASSERT_EQ(check(clean), 0);
+  for (Bytes Streams::*cut : {&Streams::requests, &Streams::responses}) {
+    Streams streams = clean;
+    while (!(streams.*cut).empty()) {
+      (streams.*cut).pop_back();
+      EXPECT_NE(check(streams), 1) << "cut at " << (streams.*cut).size();
+    }
+  }
+}
+
+TEST_F(Robustness, aFlippedByteBreaksNothing) {
+  for (const char* name : {"pairing-clean", "pairing-faulty"}) {
+    Streams streams = {recorded(std::string(name) + ".req"), recorded(std::string(name) + ".rsp")};
+    for (Bytes Streams::*flipped : {&Streams::requests, &Streams::responses}) {
+      for (std::uint8_t& byte : streams.*flipped) {
+        byte ^= 0x81;
+        const int exit = check(streams);
+        EXPECT_TRUE(exit == 0 || exit == 1 || exit == 5) << exit;
+        byte ^= 0x81;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace qv::test
