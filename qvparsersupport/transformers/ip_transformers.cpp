@@ -70,8 +70,8 @@ std::shared_ptr<QVIPNumberTransformer> QVIPNumberTransformer::transformerWithIPN
 
 QVTransformerList QVIPNumberTransformer::sharedInstances() {
   QVTransformerList list;
-  for (std::uint8_t type = 0; type < std::size(kNumberTypes); ++type) {
-    list.push_back(transformerWithIPNumber(type));
+  for (std::size_t type = 0; type < std::size(kNumberTypes); ++type) {
+    list.push_back(transformerWithIPNumber(static_cast<std::uint8_t>(type)));
   }
   return list;
 }
