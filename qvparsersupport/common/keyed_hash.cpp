@@ -1,6 +1,5 @@
 #include "qvparsersupport/common/keyed_hash.h"
 
-#include <bit>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
@@ -36,50 +35,43 @@ const HashKey& processKey() {
   return key;
 }
 
-struct SipState {
-  std::uint64_t v0, v1, v2, v3;
+__extension__ using Wide = unsigned __int128;
 
-  void round() {
-    v0 += v1;
-    v1 = std::rotl(v1, 13) ^ v0;
-    v0 = std::rotl(v0, 32);
-    v2 += v3;
-    v3 = std::rotl(v3, 16) ^ v2;
-    v0 += v3;
-    v3 = std::rotl(v3, 21) ^ v0;
-    v2 += v1;
-    v1 = std::rotl(v1, 17) ^ v2;
-    v2 = std::rotl(v2, 32);
-  }
+// Both halves of the product in one word.
+std::uint64_t folded(std::uint64_t left, std::uint64_t right) {
+  const Wide product = static_cast<Wide>(left) * right;
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
 
-  void absorb(std::uint64_t word) {
-    v3 ^= word;
-    round();
-    v0 ^= word;
+std::uint64_t wordAt(const char* bytes) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+// Fewer than eight bytes as one word.
+std::uint64_t shortWord(const char* bytes, std::size_t count) {
+  std::uint64_t word = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    word |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[i])) << (8 * i);
   }
-};
+  return word;
+}
 
 }  // namespace
 
 std::size_t keyedHash(std::string_view text) {
   const HashKey& key = processKey();
-  SipState state{key.first ^ 0x736f6d6570736575ULL, key.second ^ 0x646f72616e646f6dULL,
-                 key.first ^ 0x6c7967656e657261ULL, key.second ^ 0x7465646279746573ULL};
   const char* at = text.data();
   std::size_t left = text.size();
-  for (; left >= 8; at += 8, left -= 8) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, at, 8);
-    state.absorb(word);
+  std::uint64_t state = key.first ^ text.size();
+  for (; left > 16; at += 16, left -= 16) {
+    state = folded(wordAt(at) ^ key.second, wordAt(at + 8) ^ state);
   }
-  std::uint64_t last = static_cast<std::uint64_t>(text.size()) << 56;
-  for (std::size_t i = 0; i < left; ++i) {
-    last |= static_cast<std::uint64_t>(static_cast<unsigned char>(at[i])) << (8 * i);
-  }
-  state.absorb(last);
-  state.v2 ^= 0xFF;
-  for (int i = 0; i < 3; ++i) state.round();
-  return static_cast<std::size_t>(state.v0 ^ state.v1 ^ state.v2 ^ state.v3);
+  const std::uint64_t low = left >= 8 ? wordAt(at) : shortWord(at, left);
+  const std::uint64_t high = left > 8 ? shortWord(at + 8, left - 8) : 0;
+  state = folded(low ^ key.second, high ^ state);
+  return static_cast<std::size_t>(folded(state ^ key.first, key.second));
 }
 
 }  // namespace qv
