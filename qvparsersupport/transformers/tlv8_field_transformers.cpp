@@ -33,8 +33,16 @@ Value encodedInteger(const Number& number) {
   return littleEndianBytes(number.integerValue<std::uint64_t>(), width);
 }
 
-Failure failLength(ErrorSlot errorDescription, std::size_t length, const char* name) {
-  return fail(errorDescription, fmt::format("Invalid length {} for {}", length, name));
+// Deliberate: an int is reported as unsigned, a uint16 and a uint32 as a uint64.
+Failure failLength(ErrorSlot errorDescription, Primitive type, std::size_t length) {
+  switch (type) {
+    case Primitive::integer:
+      return fail(errorDescription, fmt::format("Invalid length {} for unsigned integer", length));
+    case Primitive::uint8:
+      return fail(errorDescription, fmt::format("Invalid length {} for uint8", length));
+    default:
+      return fail(errorDescription, fmt::format("Invalid length {} for uint64", length));
+  }
 }
 
 }  // namespace
@@ -129,11 +137,7 @@ std::optional<Value> QVTLV8PrimitiveTransformer::reverseTransformValue(
   const std::optional<Number> number =
       type == Primitive::integer ? decodedSigned(*bytes) : decodedUnsigned(type, *bytes);
   if (number) return *number;
-  // Deliberate: an int is reported as unsigned, a uint16 and a uint32 as a uint64.
-  const char* const name = type == Primitive::integer ? "unsigned integer"
-                           : type == Primitive::uint8 ? "uint8"
-                                                      : "uint64";
-  return failLength(errorDescription, bytes->size(), name);
+  return failLength(errorDescription, type, bytes->size());
 }
 
 }  // namespace qv
