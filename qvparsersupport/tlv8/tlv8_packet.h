@@ -20,6 +20,10 @@ namespace qv {
 class QV_EXPORT QVTLV8Field {
  public:
   QVTLV8Field() = default;
+  // Without moves of its own, so that a field that was moved from still owns what it points into.
+  QVTLV8Field(const QVTLV8Field&) = default;
+  QVTLV8Field& operator=(const QVTLV8Field&) = default;
+  ~QVTLV8Field() = default;
   // A field with a copy of the value; null makes a separator, a field without a value.
   static QVTLV8Field initWithType(std::uint8_t type, std::optional<ByteView> value);
 

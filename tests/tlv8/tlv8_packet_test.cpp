@@ -110,6 +110,16 @@ TEST(QVTLV8PacketTest, FieldsOutliveThePacketAndTheBuffer) {
   EXPECT_EQ(kept.offset(), 3u);
 }
 
+TEST(QVTLV8PacketTest, FieldsAreReadableAfterAMove) {
+  QVTLV8Field source = QVTLV8Packet::initWithData(bytesFromHex("01 00 02 01 41"))->fields()->back();
+  {
+    const QVTLV8Field target = std::move(source);
+    EXPECT_EQ(hexOf(*target.value()), "41");
+  }
+  EXPECT_EQ(hexOf(*source.value()), "41");  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(source.offset(), 2u);
+}
+
 TEST(QVTLV8PacketTest, PropertiesStayWritable) {
   const auto packet = QVTLV8Packet::initWithData(bytesFromHex("01 00"));
   packet->setData(std::nullopt);
