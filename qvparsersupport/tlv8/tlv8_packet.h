@@ -71,7 +71,8 @@ class QV_EXPORT QVTLV8Packet : public ValueObject {
   // value.
   static std::shared_ptr<QVTLV8Packet> initWithData(ByteView data, std::uint8_t separator);
 
-  // The parsed fields; a mutable packet answers a copy of what was appended so far.
+  // The parsed fields, null only after null was set; a mutable packet answers a copy of what was
+  // appended so far, never null.
   virtual QVTLV8FieldList fields() const { return parsedFields_; }
   // The first parsed field of that type; null when there is none.
   std::optional<QVTLV8Field> fieldWithType(std::uint8_t type) const;
@@ -80,6 +81,7 @@ class QV_EXPORT QVTLV8Packet : public ValueObject {
   // instead, and answers null when that fails).
   virtual std::optional<Bytes> data() const;
   const QVTLV8FieldList& parsedFields() const { return parsedFields_; }
+  // What ended the parse early; null when the whole buffer was items.
   const std::optional<std::string>& errorDescription() const { return errorDescription_; }
   // Where the malformed item that ended the parse begins; null when there was none.
   const std::optional<std::size_t>& errorOffset() const { return errorOffset_; }
@@ -112,9 +114,9 @@ class QV_EXPORT QVTLV8MutablePacket : public QVTLV8Packet {
   const std::vector<QVTLV8Field>& mutableFields() const { return mutableFields_; }
   QVTLV8FieldList fields() const override;
 
-  // The serialised fields without coalescing.
+  // The serialised fields without coalescing; null when a value is too long for one item.
   std::optional<Bytes> data() const override;
-  std::optional<Bytes> dataWithErrorDescription(ErrorSlot errorDescription) const;
+  std::optional<Bytes> dataWithErrorDescription(ErrorSlot errorDescription = nullptr) const;
 
   // The serialised fields. A value of N bytes becomes, by N:
   //   up to 255               one item, with or without coalescing

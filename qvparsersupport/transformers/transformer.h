@@ -22,9 +22,9 @@ class QVTransformer;
 using QVTransformerList = std::vector<std::shared_ptr<const QVTransformer>>;
 
 // Converts characteristic values between their in-memory form and the form that one transport
-// carries, and checks them against a definition. Transformers are immutable, shared, and live as
-// long as the process; any thread may use them. Nothing is thrown: failures answer null or false
-// and store a text in the slot, which stays untouched on success.
+// carries, and checks them against a definition. Transformers are immutable and any thread may use
+// them; the registered ones live as long as the process. Nothing is thrown: failures answer null or
+// false and store a text in the slot, which stays untouched on success.
 class QV_EXPORT QVTransformer {
  public:
   QVTransformer() = default;

@@ -19,6 +19,9 @@ constexpr QVTransformerList (*kInstancesOfClasses[])() = {
     &QVBTLEDataTransformer::sharedInstances,
 };
 
+// Deliberate: no transport serves dates, BTLE no arrays and dictionaries, TLV8 fields none of these
+// and no booleans, and the relay nothing at all. The sanity check of a profile names the first gap
+// it needs.
 QVTransformer::Registry builtRegistry() {
   QVTransformer::Registry registry;
   for (const auto instances : kInstancesOfClasses) {
