@@ -61,15 +61,15 @@ TEST(QVTLV8MutablePacketTest, FieldWithTypeAnswersNullWhateverWasAppended) {
 
 TEST(QVTLV8MutablePacketTest, WithoutCoalescingEveryValueIsOneItemOrFails) {
   for (std::size_t length = 0; length <= 600; ++length) {
-    const auto packet = packetOf(7, length);
+    const auto packet = packetOf(0xAB, length);
     std::optional<std::string> error;
     const auto data = packet->dataWithErrorDescription(&error);
     if (length <= 255) {
-      EXPECT_EQ(itemLengths(data.value(), 7, countingBytes(length)), std::vector{length});
+      EXPECT_EQ(itemLengths(data.value(), 0xAB, countingBytes(length)), std::vector{length});
     } else {
       EXPECT_EQ(data, std::nullopt);
       EXPECT_EQ(packet->data(), std::nullopt);
-      EXPECT_EQ(error, "Too many bytes provided in value for type 0x07");
+      EXPECT_EQ(error, "Too many bytes provided in value for type 0xab");
     }
   }
 }

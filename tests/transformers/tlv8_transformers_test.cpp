@@ -127,8 +127,8 @@ TEST(QVTLV8TransformerTest, FirstFaultSaysWhatAndWhere) {
       fieldOf(0, F::uint8),  // never found: the first of a type counts
       fieldOf(1, F::uint8, std::nullopt, enumOf(F::integer, {"1", "2"})),
       fieldOf(2, F::tlv8, Number::int64(-1)),
-      fieldOf(3, F::date),
-      fieldOf(4, F::data),
+      fieldOf(0xCD, F::date),
+      fieldOf(0xEF, F::data),
       fieldOf(5, F::integer, Number::int64(1)),
       fieldOf(6, F::floatingPoint),
   });
@@ -140,12 +140,12 @@ TEST(QVTLV8TransformerTest, FirstFaultSaysWhatAndWhere) {
   };
   const Row rows[] = {
       {packetOf(""), "ok"},
-      {packetOf("00 03 41 42 43 01 01 02 00 00 04 02 aa bb ff 01 00"), "ok"},
-      {packetOf("01 01 01 09 00 01 00"),
-       "1 tlv8.unknown-field - Unknown field type 0x09 provided in TLV8. | a field type of the "
-       "structure | 0x09"},
-      {packetOf("03 00"),
-       "0 tlv8.unknown-format 5 Unknown TLV8 field format for field 0x03 | a format that a TLV8 "
+      {packetOf("00 03 41 42 43 01 01 02 00 00 ef 02 aa bb ff 01 00"), "ok"},
+      {packetOf("01 01 01 ab 00 01 00"),
+       "1 tlv8.unknown-field - Unknown field type 0xab provided in TLV8. | a field type of the "
+       "structure | 0xab"},
+      {packetOf("cd 00"),
+       "0 tlv8.unknown-format 5 Unknown TLV8 field format for field 0xcd | a format that a TLV8 "
        "field can have | format 9"},
       {packetOf("00 00 00 03 41 00 42"),
        "1 tlv8.field-value 1 Field 0x00 is invalid: " + nulls +
@@ -155,8 +155,8 @@ TEST(QVTLV8TransformerTest, FirstFaultSaysWhatAndWhere) {
       {builderOf(6, Bytes(20)),
        "0 tlv8.field-value 8 Field 0x06 is invalid: Invalid number of bytes provided for float. | "
        "4 bytes | 20 bytes: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ..."},
-      {builderOf(4, std::nullopt),
-       "0 tlv8.field-value 6 Field 0x04 is invalid: (null) | a value | no value"},
+      {builderOf(0xEF, std::nullopt),
+       "0 tlv8.field-value 6 Field 0xef is invalid: (null) | a value | no value"},
       {packetOf("00 04 41 42 43 44"),
        "0 tlv8.field-length 1 Field 0x00 is invalid: Encoded value is 4 bytes, which is larger "
        "than the maximum of 3 bytes. | at most 3 bytes | 4 bytes"},
