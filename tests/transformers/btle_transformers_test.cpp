@@ -31,6 +31,7 @@ TEST(QVBTLETransformerTest, Encodes) {
       {F::integer, Number::int64(0x100000000), "<00 00 00 00 01 00 00 00>"},
       {F::integer, Number::int8(-1), "<ff ff ff ff ff ff ff ff>"},
       {F::integer, Number::uint64(~0ULL), "<ff ff ff ff ff ff ff ff>"},
+      {F::integer, Number::float64(-0.5), "<00>"},
       {F::integer, Number::float64(-2.9), "<fe ff ff ff ff ff ff ff>"},
       {F::integer, Number::float64(kInfinity), "<ff ff ff ff ff ff ff ff>"},
       {F::uint8, Number::int64(300), "<2c>"},
@@ -41,6 +42,7 @@ TEST(QVBTLETransformerTest, Encodes) {
       {F::floatingPoint, Number::int64(1), "<00 00 80 3f>"},
       {F::floatingPoint, Number::float64(1e300), "<00 00 80 7f>"},
       {F::boolean, Number::int64(5), "<01>"},
+      {F::boolean, Number::int64(256), "<01>"},
       {F::boolean, Number::float64(0.25), "<01>"},
       {F::boolean, Number::boolean(false), "<00>"},
       {F::string, Value::string("h\xC3\xA9"), "<68 c3 a9>"},
@@ -89,9 +91,6 @@ TEST(QVBTLETransformerTest, Decodes) {
       {F::integer, bytesValue("00 80"), "s:-32768"},
       {F::integer, bytesValue("fe ff ff ff"), "i:-2"},
       {F::integer, bytesValue("00 00 00 00 00 00 00 80"), "q:-9223372036854775808"},
-      // Deliberate: the text of uint8.
-      {F::integer, bytesValue("01 02 03"), "-" + kUint8Length},
-      {F::integer, bytesValue("01 02 03 04 05 06 07 08 09"), "-" + kUint8Length},
       {F::uint8, bytesValue("ff"), "C:255"},
       {F::uint8, bytesValue("ff 00"), "-" + kUint8Length},
       {F::uint8, bytesValue(""), "-" + kUint8Length},
@@ -126,6 +125,13 @@ TEST(QVBTLETransformerTest, Decodes) {
   }
 }
 
+TEST(QVBTLEPrimitiveTransformerTest, WrongLengthOfAnIntIsReportedAsOneOfAUint8) {
+  const QVTransformer& transformer = registered(QVTransport::btle, QVFormatType::integer);
+  for (const char* bytes : {"", "01 02 03", "01 02 03 04 05 06 07 08 09"}) {
+    EXPECT_EQ(decoded(transformer, bytesValue(bytes)), "-" + kUint8Length);
+  }
+}
+
 TEST(QVBTLEPrimitiveTransformerTest, UnknownTypeFailsEveryTransform) {
   const auto transformer = QVBTLEPrimitiveTransformer::transformerWithBTLEPrimitive(7);
   EXPECT_EQ(transformer->format(), QVFormatType::none);
@@ -149,6 +155,45 @@ TEST(QVBTLETransformerTest, LimitsApplyToTheEncodingOfTheDecodedValue) {
   EXPECT_EQ(validated(registered(QVTransport::btle, QVFormatType::data), bytesValue("01"),
                       *characteristic),
             "ok");
+}
+
+// Encodes everything, and decodes to what it was made with.
+class ScriptedDecoder : public QVBTLETransformer {
+ public:
+  ScriptedDecoder(std::optional<Value> result, std::optional<std::string> text)
+      : result_(std::move(result)), text_(std::move(text)) {}
+  std::optional<Value> transformValue(const std::optional<Value>& value, ErrorSlot) const override {
+    return value;
+  }
+  std::optional<Value> reverseTransformValue(const std::optional<Value>&,
+                                             ErrorSlot slot) const override {
+    if (text_) fail(slot, *text_);
+    return result_;
+  }
+
+ private:
+  std::optional<Value> result_;
+  std::optional<std::string> text_;
+};
+
+TEST(QVBTLETransformerTest, BytesHaveToDecodeToAValueAndWithoutAText) {
+  const auto characteristic = QVCharacteristicXMLObject::initWithFormat(QVFormatType::string);
+  struct Row {
+    std::optional<Value> result;
+    std::optional<std::string> text;
+    std::string expected;  // "untouched": fails without a text
+  };
+  const Row rows[] = {
+      {Value::string("a"), std::nullopt, "ok"},
+      {Value::string("a"), "wrong", "wrong"},
+      {std::nullopt, "wrong", "wrong"},
+      {std::nullopt, std::nullopt, "untouched"},
+  };
+  for (const Row& row : rows) {
+    const ScriptedDecoder transformer(row.result, row.text);
+    EXPECT_EQ(validated(transformer, bytesValue("61"), *characteristic), row.expected);
+    EXPECT_EQ(validated(transformer, Value::string("b"), *characteristic), "ok");
+  }
 }
 
 }  // namespace

@@ -69,7 +69,7 @@ TEST(QVIPNumberTransformerTest, ChecksTheKindAndNotTheRange) {
       EXPECT_EQ(checked(transformer, number), type == 0 ? " | Number is not a float." : text);
     }
     const std::string range = type == 6 ? " | Boolean value out of range" : "";
-    for (const Number& number : {Number::int64(1000), Number::int8(-1), Number::int64(2)}) {
+    for (const Number& number : {Number::int64(256), Number::int8(-1), Number::int64(2)}) {
       EXPECT_EQ(checked(transformer, number), range);
     }
   }

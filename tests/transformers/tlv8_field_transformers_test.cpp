@@ -60,6 +60,8 @@ TEST(QVTLV8FieldTransformersTest, IntFromZeroOnEncodesAsItsLowestByteAndBelowByI
       {F::integer, Number::signedLong(-2), "<fe ff ff ff>"},
       {F::integer, Number::int64(-2), "<fe ff ff ff ff ff ff ff>"},
       {F::integer, Number::uint64(~0ULL), "<ff ff ff ff ff ff ff ff>"},
+      {F::integer, Number::unsignedLong(~0UL), "<ff ff ff ff ff ff ff ff>"},
+      {F::integer, Number::float64(-0.5), "<00>"},
       {F::integer, Number::float32(-1.5F), "<ff ff ff ff ff ff ff ff>"},
       {F::integer, Number::float64(-1e300), "<00 00 00 00 00 00 00 80>"},
       {F::integer, Number::float64(std::numeric_limits<double>::quiet_NaN()), "<00>"},

@@ -57,6 +57,12 @@ TEST(QVTransformerValidationTest, MaximumLengthCountsEncodedBytes) {
       {F::string, Value::string("\xC3\xA9\xC3\xA9\xC3\xA9"), Number::int64(6), "ok"},
       {F::string, Value::string(""), Number::int64(-1),
        "Encoded value is 0 bytes, which is larger than the maximum of -1 bytes."},
+      // The maximum is read as a signed integer and printed as it stands.
+      {F::data, bytesValue(""), Number::uint64(~0ULL),
+       "Encoded value is 0 bytes, which is larger than the maximum of 18446744073709551615 bytes."},
+      {F::data, bytesValue("01 02 03"), Number::float64(2.5),
+       "Encoded value is 3 bytes, which is larger than the maximum of 2.5 bytes."},
+      {F::data, bytesValue("01 02"), Number::float64(2.5), "ok"},
       {F::data, bytesValue("01 02"), Number::int64(2), "ok"},
       // A base-64 text counts as it stands.
       {F::data, Value::string("AQI="), Number::int64(2),
