@@ -1,6 +1,6 @@
 #include "qvparsersupport/common/value.h"
 
-#include <algorithm>
+#include <set>
 #include <utility>
 
 #include "qvparsersupport/common/value_storage.h"
@@ -199,11 +199,17 @@ std::optional<Value> Value::find(std::string_view key) const {
 }
 
 bool operator==(const Value& left, const Value& right) {
+  constexpr std::size_t kWalkedFreely = 1000;
+  std::size_t walked = 0;
+  std::set<std::pair<const void*, const void*>> seen;
   Pairs pending;
   if (!equalOutside(left.node_, right.node_, pending)) return false;
   while (!pending.empty()) {
     const auto [one, other] = pending.back();
     pending.pop_back();
+    // A host can build values that share their parts over and over; past a small size no pair of
+    // containers is walked twice.
+    if (++walked > kWalkedFreely && !seen.emplace(one.address, other.address).second) continue;
     for (std::size_t i = 0; i < one.size; ++i) {
       if (one.type == Value::Type::array) {
         if (!equalOutside(elementsOf(one)[i], elementsOf(other)[i], pending)) return false;

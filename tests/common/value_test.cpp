@@ -114,5 +114,15 @@ TEST(Value, deepTreesNeedNoStack) {
   EXPECT_TRUE(equal);
 }
 
+TEST(Value, sharedPartsAreComparedOnce) {
+  Value left = number(1);
+  Value right = number(1);
+  for (int level = 0; level < 200; ++level) {  // 2^200 paths from the root
+    left = Value::array({left, left});
+    right = Value::array({right, right});
+  }
+  EXPECT_EQ(left, right);
+}
+
 }  // namespace
 }  // namespace qv
