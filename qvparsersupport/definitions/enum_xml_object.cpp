@@ -152,12 +152,12 @@ bool QVEnumXMLObject::isValidValue(const std::optional<Value>& value) const {
   if (!value || !hasValues(format_)) return false;
   const auto number = value->asNumber();
   if (!number) return false;
-  std::uint64_t unnamedBits = number->uint64Value();
+  std::int64_t unnamedBits = number->int64Value();
   if (values_ == nullptr) return unnamedBits == 0;
   for (const auto& each : *values_) {
     if (each == nullptr) continue;
     const auto bits = numberFromText(writtenText(*each), *this);
-    if (bits) unnamedBits &= ~bits->uint64Value();
+    if (bits) unnamedBits &= ~bits->int64Value();
   }
   return unnamedBits == 0;
 }

@@ -108,6 +108,8 @@ TEST(EnumTest, checksAndLookups) {
       {"mixed bits", *flags, number(5), false, ""},
       {"highest bit", *flags, number(std::numeric_limits<std::int64_t>::min()), true, ""},
       {"bits of a double", *flags, real(3.9), true, ""},
+      {"bits of a negative double", *flags, real(-1.0), false, ""},
+      {"bits of a negative number", *flags, number(-1), false, ""},
       {"bits as text", *flags, Value::string("3"), false, ""},
       {"no bits at all", *flags, std::nullopt, false, ""},
       {"format without values", *data, number(1), false, ""},
