@@ -1,6 +1,8 @@
 #include "qvparsersupport/common/text_readings.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <limits>
 #include <system_error>
 
@@ -30,25 +32,23 @@ bool takeSign(std::string_view& text) {
 }
 
 // Length of "digits[.digits][e[sign]digits]" at the front of the text; 0 when there is no digit in
-// front of the exponent. `exponentIsNegative` and `mantissaIsZero` tell which way an
-// unrepresentable number lies.
+// front of the exponent. `magnitude` and `mantissaIsZero` tell which way an unrepresentable number
+// lies.
 struct DecimalForm {
   std::size_t length = 0;
   bool mantissaIsZero = true;
-  bool hasIntegerDigit = false;  // a non-zero digit in front of the point
-  bool exponentIsNegative = false;
-  bool hasExponent = false;
+  std::int64_t magnitude = 0;  // digits in front of the point once the exponent has moved it
 };
 
 DecimalForm decimalForm(std::string_view text) {
   DecimalForm form;
   std::size_t at = 0;
   std::size_t digits = 0;
-  auto run = [&](bool integerPart) {
+  const auto run = [&](bool integerPart) {
     for (; at < text.size() && isDigit(text[at]); ++at, ++digits) {
-      if (text[at] == '0') continue;
-      form.mantissaIsZero = false;
-      form.hasIntegerDigit |= integerPart;
+      if (text[at] != '0') form.mantissaIsZero = false;
+      if (integerPart && !form.mantissaIsZero) ++form.magnitude;
+      if (!integerPart && form.mantissaIsZero) --form.magnitude;
     }
   };
   run(true);
@@ -60,14 +60,14 @@ DecimalForm decimalForm(std::string_view text) {
   form.length = at;
   if (at < text.size() && (text[at] == 'e' || text[at] == 'E')) {
     std::size_t exponent = at + 1;
-    const bool negative = exponent < text.size() && text[exponent] == '-';
     if (exponent < text.size() && (text[exponent] == '-' || text[exponent] == '+')) ++exponent;
     const std::size_t firstDigit = exponent;
     while (exponent < text.size() && isDigit(text[exponent])) ++exponent;
     if (exponent > firstDigit) {
       form.length = exponent;
-      form.hasExponent = true;
-      form.exponentIsNegative = negative;
+      // Halved limits leave room for the digits.
+      constexpr std::int64_t kLimit = std::numeric_limits<std::int64_t>::max() / 2;
+      form.magnitude += std::clamp(integerReading(text.substr(at + 1)), -kLimit, kLimit);
     }
   }
   return form;
@@ -82,8 +82,7 @@ Float floatingReading(std::string_view text) {
   Float value = 0;
   const auto result = std::from_chars(text.data(), text.data() + form.length, value);
   if (result.ec == std::errc::result_out_of_range && !form.mantissaIsZero) {
-    const bool tooSmall = form.hasExponent ? form.exponentIsNegative : !form.hasIntegerDigit;
-    value = tooSmall ? Float{0} : std::numeric_limits<Float>::max();
+    value = form.magnitude > 0 ? std::numeric_limits<Float>::max() : Float{0};
   }
   return negative ? -value : value;
 }

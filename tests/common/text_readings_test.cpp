@@ -61,6 +61,10 @@ TEST(TextReadings, floating) {
       {"0e99999", 0},
       {std::string(400, '9'), kLargest},
       {"0." + std::string(400, '0') + "1", 0},
+      {std::string(400, '9') + "e-10", kLargest},
+      {std::string(400, '9') + "e-400", 1},
+      {"0." + std::string(400, '0') + "1e10", 0},
+      {"0." + std::string(400, '0') + "1e99999999999999999999", kLargest},
   };
   for (const Row& row : rows) EXPECT_EQ(doubleReading(row.text), row.value) << row.text;
   EXPECT_EQ(floatReading("0.1"), 0.1F);
