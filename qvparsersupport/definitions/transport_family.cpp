@@ -34,23 +34,27 @@ std::optional<std::string_view> viewOf(const std::optional<std::string>& text) {
 template <class Definition>
 QVTransportFamily<Definition>::~QVTransportFamily() {
   const auto isNested = [](const std::shared_ptr<Definition>& instance) {
-    return instance != nullptr && (instance->ip_ != nullptr || instance->btle_ != nullptr);
+    return instance != nullptr && (instance->ip_ != nullptr || instance->btle_ != nullptr ||
+                                   instance->replaced_ != nullptr);
   };
   if (!isNested(ip_) && !isNested(btle_) && replaced_ == nullptr) return;
   try {
     std::vector<std::shared_ptr<Definition>> pending;
-    if (replaced_ != nullptr) pending = std::move(*replaced_);
     const auto take = [&](std::shared_ptr<Definition>& instance) {
       if (instance != nullptr) pending.push_back(std::move(instance));
     };
-    take(ip_);
-    take(btle_);
+    const auto takeAll = [&](QVTransportFamily& family) {
+      take(family.ip_);
+      take(family.btle_);
+      if (family.replaced_ == nullptr) return;
+      for (auto& each : *family.replaced_) take(each);
+    };
+    takeAll(*this);
     while (!pending.empty()) {
       const std::shared_ptr<Definition> last = std::move(pending.back());
       pending.pop_back();
       if (last.use_count() != 1) continue;
-      take(last->ip_);
-      take(last->btle_);
+      takeAll(*last);
     }
   } catch (const std::bad_alloc&) {  // what is left goes the ordinary way
   }

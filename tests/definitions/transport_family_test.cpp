@@ -119,6 +119,21 @@ TEST(TransportFamilyTest, deepChainsNeedNoStack) {
   EXPECT_EQ(top->ip()->name(), "top");
 }
 
+TEST(TransportFamilyTest, deepChainsOfReplacedInstancesNeedNoStack) {
+  constexpr int kDepth = 200000;
+  const Handle top = std::make_shared<Characteristic>();
+  Handle last = top;
+  for (int i = 0; i < kDepth; ++i) {
+    const auto child = std::make_shared<Characteristic>();
+    last->setIp(child);
+    last->setIp(nullptr);
+    last = child;
+  }
+  const std::weak_ptr<Characteristic> end = last;
+  last.reset();
+  EXPECT_FALSE(end.expired());  // `top` owns the whole chain now and takes it down at the end
+}
+
 TEST(TransportFamilyTest, aDefinitionOnTheStackHandsOutWhatItHolds) {
   Characteristic local;
   const auto instance = std::make_shared<Characteristic>();
