@@ -32,9 +32,12 @@ class IndexedList {
 
   using Tables = std::array<KeyTable, Rule::kTables>;
 
-  void set(DefinitionList<Definition> list) {
-    list_ = std::move(list);
-    own_ = nullptr;
+  // Keeps a copy: whoever made the list may be able to change it still.
+  void set(const DefinitionList<Definition>& list) {
+    usable_ = false;
+    auto copy = list == nullptr ? nullptr : std::make_shared<std::vector<Handle>>(*list);
+    own_ = copy.get();
+    list_ = std::move(copy);
     rebuild();
   }
 
@@ -78,7 +81,7 @@ class IndexedList {
  private:
   // The list itself when nobody else holds it, otherwise a copy that takes its place.
   std::vector<Handle>& writableList(std::size_t more) {
-    if (own_ == nullptr || list_.use_count() != 1) {
+    if (list_.use_count() != 1) {
       auto copy = std::make_shared<std::vector<Handle>>();
       if (list_ != nullptr) {
         copy->reserve(list_->size() + more);
@@ -120,7 +123,7 @@ class IndexedList {
   }
 
   DefinitionList<Definition> list_;
-  std::vector<Handle>* own_ = nullptr;  // the vector in `list_` when it was made here
+  std::vector<Handle>* own_ = nullptr;  // the vector in `list_`
   Tables tables_;
   std::uint64_t generation_ = 0;
   bool usable_ = true;

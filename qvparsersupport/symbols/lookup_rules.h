@@ -34,8 +34,9 @@ class IndexedDefinitions {
   }
   // True when the definition's parent, if it has one, cannot go away before the handle does.
   template <class Definition>
-  static bool keepsParent(const std::shared_ptr<Definition>& handle) {
-    const auto& parent = handle->parent_;
+  static bool keepsParentOf(const Definition& definition,
+                            const std::shared_ptr<Definition>& handle) {
+    const auto& parent = definition.parent_;
     return parent.expired() || (!handle.owner_before(parent) && !parent.owner_before(handle));
   }
 };
@@ -114,6 +115,7 @@ struct ParentRule {
       IndexedDefinitions::mark(*instance);
       const auto above = instance->parent();
       if (above != nullptr && above != parent) return false;
+      if (!IndexedDefinitions::keepsParentOf(*instance, parent)) return false;
     }
     return true;
   }
@@ -157,7 +159,7 @@ struct InstanceRule {
     const auto parent = instance->parent();
     if (parent == nullptr) return true;
     IndexedDefinitions::mark(*parent);
-    return parent->parent() == nullptr && IndexedDefinitions::keepsParent(instance);
+    return parent->parent() == nullptr && IndexedDefinitions::keepsParentOf(*instance, instance);
   }
   template <class Emit>
   static void forEachKey(const Definition& instance, Emit emit) {

@@ -163,25 +163,26 @@ void QVSymbolTable::setLoadInProgress(bool loadInProgress) {
   state_->loadInProgress = loadInProgress;
 }
 
-void QVSymbolTable::setEnums(DefinitionList<QVEnumXMLObject> enums) {
-  state_->enums.set(std::move(enums));
+void QVSymbolTable::setEnums(const DefinitionList<QVEnumXMLObject>& enums) {
+  state_->enums.set(enums);
 }
 
-void QVSymbolTable::setTlv8s(DefinitionList<QVTLV8XMLObject> tlv8s) {
-  state_->tlv8s.set(std::move(tlv8s));
+void QVSymbolTable::setTlv8s(const DefinitionList<QVTLV8XMLObject>& tlv8s) {
+  state_->tlv8s.set(tlv8s);
 }
 
-void QVSymbolTable::setCharacteristics(DefinitionList<QVCharacteristicXMLObject> characteristics) {
-  state_->characteristics.set(std::move(characteristics));
+void QVSymbolTable::setCharacteristics(
+    const DefinitionList<QVCharacteristicXMLObject>& characteristics) {
+  state_->characteristics.set(characteristics);
 }
 
 void QVSymbolTable::setTransportCharacteristics(
-    DefinitionList<QVCharacteristicXMLObject> characteristics) {
-  state_->transportCharacteristics.set(std::move(characteristics));
+    const DefinitionList<QVCharacteristicXMLObject>& characteristics) {
+  state_->transportCharacteristics.set(characteristics);
 }
 
-void QVSymbolTable::setServices(DefinitionList<QVServiceXMLObject> services) {
-  state_->services.set(std::move(services));
+void QVSymbolTable::setServices(const DefinitionList<QVServiceXMLObject>& services) {
+  state_->services.set(services);
 }
 
 }  // namespace qv

@@ -73,11 +73,13 @@ class QV_EXPORT QVSymbolTable {
 
   void setDocument(std::shared_ptr<const XMLDocument> document);
   void setLoadInProgress(bool loadInProgress);
-  void setEnums(DefinitionList<QVEnumXMLObject> enums);
-  void setTlv8s(DefinitionList<QVTLV8XMLObject> tlv8s);
-  void setCharacteristics(DefinitionList<QVCharacteristicXMLObject> characteristics);
-  void setTransportCharacteristics(DefinitionList<QVCharacteristicXMLObject> characteristics);
-  void setServices(DefinitionList<QVServiceXMLObject> services);
+  // Each keeps a copy of the list, so later changes to it do not reach the table.
+  void setEnums(const DefinitionList<QVEnumXMLObject>& enums);
+  void setTlv8s(const DefinitionList<QVTLV8XMLObject>& tlv8s);
+  void setCharacteristics(const DefinitionList<QVCharacteristicXMLObject>& characteristics);
+  void setTransportCharacteristics(
+      const DefinitionList<QVCharacteristicXMLObject>& characteristics);
+  void setServices(const DefinitionList<QVServiceXMLObject>& services);
 
   // Why the last load failed, with the place; null after a load that succeeded.
   const std::optional<QVLoadFault>& lastLoadFault() const;

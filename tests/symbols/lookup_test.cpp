@@ -221,6 +221,33 @@ TEST_F(GeneratedLookupTest, answersAreThoseOfAPlainScan) {
   }
 }
 
+TEST_F(LookupTest, aListThatItsMakerChangesLater) {
+  const auto list = std::make_shared<Definitions<QVEnumXMLObject>>();
+  list->push_back(std::make_shared<QVEnumXMLObject>());
+  list->front()->setName("E");
+  table.setEnums(list);
+  const auto first = list->front();
+  list->clear();
+  EXPECT_EQ(table.enumWithName("E"), first);
+  EXPECT_EQ(table.enums()->size(), 1U);
+}
+
+// The instance knows its parent by a handle that keeps another family, which goes away.
+TEST_F(LookupTest, aParentThatOnlyItsInstanceLoses) {
+  auto keeper = std::make_shared<Characteristic>();
+  const auto parent = std::make_shared<Characteristic>();
+  const auto instance = std::make_shared<Characteristic>();
+  parent->setName("On");
+  keeper->setIp(parent);
+  instance->setParent(keeper->ip());
+  parent->setIp(instance);
+  table.setCharacteristics(std::make_shared<Definitions<Characteristic>>(1, parent));
+  EXPECT_EQ(table.parentCharacteristicWithRef("on"), parent);
+  keeper.reset();
+  EXPECT_EQ(instance->name(), std::nullopt);
+  EXPECT_EQ(table.parentCharacteristicWithRef("on"), nullptr);
+}
+
 // Documents share names, so later ones hold keys that earlier ones have taken.
 TEST_F(GeneratedLookupTest, answersAfterLoads) {
   constexpr std::size_t kKeys = 300;
