@@ -149,7 +149,7 @@ void* XMLDocument::Arena::allocate(std::size_t size, std::size_t alignment) {
   if (free_ == nullptr || padding + size > freeBytes_) {
     const std::size_t wanted = std::max(
         size, std::min(kLargeBlock, kSmallBlock << std::min<std::size_t>(blocks_.size(), 8)));
-    blocks_.emplace_back(new std::byte[wanted]);
+    blocks_.push_back(std::make_unique_for_overwrite<std::byte[]>(wanted));
     free_ = blocks_.back().get();
     freeBytes_ = wanted;
     return allocate(size, alignment);

@@ -20,7 +20,7 @@ const char* KeyStore::keep(std::string_view text) {
   if (needed > freeBytes_) {
     const std::size_t block = std::max(
         needed, std::min(kLargestBlock, kFirstBlock << std::min<std::size_t>(blocks_.size(), 6)));
-    blocks_.emplace_back(new char[block]);
+    blocks_.push_back(std::make_unique_for_overwrite<char[]>(block));
     free_ = blocks_.back().get();
     freeBytes_ = block;
   }
