@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "qvparsersupport/common/value.h"
 #include "qvparsersupport/common/xml_tree.h"
 
 namespace qv {
@@ -11,6 +12,10 @@ namespace qv {
 QVLoadAssertion::QVLoadAssertion(std::string reason, std::shared_ptr<const XMLElement> element,
                                  SourceOrigin origin)
     : reason_(std::move(reason)), element_(std::move(element)), origin_(origin) {}
+
+Value QVLoadAssertion::userInfo() const {
+  return Value::dictionary({});
+}
 
 std::string QVLoadAssertion::origin() const {
   std::string text = fmt::format("raised at {}:{}", origin_.file, origin_.line);

@@ -8,6 +8,7 @@
 
 namespace qv {
 
+class Value;
 class XMLElement;
 
 // A place in this library's source. (clang 14 has no std::source_location.)
@@ -33,6 +34,8 @@ class QV_EXPORT QVLoadAssertion : public std::exception {
 
   const char* name() const { return kName; }
   const std::string& reason() const { return reason_; }
+  // Always an empty dictionary.
+  Value userInfo() const;
   const char* what() const noexcept override { return reason_.c_str(); }
 
   // Where in the library the rule stands and, when it is known, where in the profile it failed; the

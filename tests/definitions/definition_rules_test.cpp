@@ -43,6 +43,7 @@ class DefinitionRulesTest : public ::testing::Test {
       } catch (const QVLoadAssertion& assertion) {
         reason = assertion.reason();
         EXPECT_STREQ(assertion.name(), "com.corvid.BRLoadAssert");
+        EXPECT_EQ(assertion.userInfo(), Value::dictionary({}));
         EXPECT_NE(assertion.element(), nullptr) << row.xml;
       }
       EXPECT_EQ(reason, row.reason) << row.xml;
