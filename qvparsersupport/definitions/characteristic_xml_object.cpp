@@ -154,6 +154,7 @@ std::optional<Number> QVCharacteristicXMLObject::limitFromText(std::string_view 
 void QVCharacteristicXMLObject::loadStep(const TaggedChildren& step) {
   const auto text = valueAmong(step, "value");
   if (!text) return;
+  // Deliberate: a capital, unlike in the texts of the limits.
   if (text->empty()) raise("Step must not be empty string");
   const QVFormatType ownFormat = format();
   // Deliberate: the unsigned formats have limits but no step.

@@ -44,6 +44,7 @@ std::optional<std::string_view> QVXMLObject::valueAmong(const TaggedChildren& ch
   const XMLElement* child = children.first;
   for (std::size_t left = children.count; left > 0; --left) {
     const auto value = child->attribute(attribute);
+    // Deliberate: the first place is followed by two quotes.
     if (result && value) {
       raise(fmt::format("Duplicate definition of element '{}''s attribute '{}' on element {}",
                         children.tag, attribute, elementText()));
