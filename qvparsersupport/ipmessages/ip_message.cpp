@@ -5,6 +5,9 @@
 
 namespace qv {
 
+const std::int64_t VELIPStatusErrorCodeInvalidParameter = -70410;
+const std::int64_t VELIPStatusErrorCodeInsufficientPrivileges = -70401;
+
 namespace {
 
 bool sameFault(const QVMessageFault& left, const QVMessageFault& right) {

@@ -21,8 +21,8 @@ class QVIPJSONObject;
 struct QVIPMessageClass;
 
 // Status codes of JSON bodies, published for hosts.
-inline constexpr std::int64_t VELIPStatusErrorCodeInvalidParameter = -70410;
-inline constexpr std::int64_t VELIPStatusErrorCodeInsufficientPrivileges = -70401;
+QV_EXPORT extern const std::int64_t VELIPStatusErrorCodeInvalidParameter;        // -70410
+QV_EXPORT extern const std::int64_t VELIPStatusErrorCodeInsufficientPrivileges;  // -70401
 
 // One captured message of the IP transport, recognised and checked. A faulty message is still
 // returned; what is wrong with it is its `errorDescription` (the last text) and its `faults` (all

@@ -227,6 +227,11 @@ TEST(IPMessage, SaysWhatWasExpectedAndFound) {
   EXPECT_EQ(response->faults()[1].actual, "entry 1 has none");
 }
 
+TEST(IPMessage, PublishesStatusCodes) {
+  EXPECT_EQ(VELIPStatusErrorCodeInvalidParameter, -70410);
+  EXPECT_EQ(VELIPStatusErrorCodeInsufficientPrivileges, -70401);
+}
+
 TEST(IPMessage, KeepsABoundedNumberOfFaults) {
   std::string body = "{\"characteristics\":[0";
   for (int i = 0; i < 100'000; ++i) body += ",0";
