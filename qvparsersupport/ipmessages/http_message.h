@@ -58,6 +58,9 @@ class QV_EXPORT QVHTTPMessage {
 
   // The fields of a header block; null when it holds a byte above 127. Linear in its bytes; takes
   // one copy of the block and 32 bytes for each field.
+  // Deliberate: the header is read as it stands. A fold keeps its line break and blanks, a blank
+  // line ends nothing, a last line without a line end is dropped, and a start line that holds a
+  // colon counts as a field.
   static std::optional<QVHTTPHeaderFields> _parseHTTPHeader(ByteView header);
 
   // The value of the first field with exactly that name.
