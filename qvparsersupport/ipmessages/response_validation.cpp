@@ -68,16 +68,16 @@ void QVIPMessage::checkStatusCode() {
 void QVIPMessage::checkNoContent() {
   const auto& body = httpMessageOrEmpty().body();
   if (httpMessageOrEmpty().responseCode() != "204" || !body || body->empty()) return;
-  setFault({.rule = "http.204-body",
-            .text = "HTTP code 204 indicates no content, but this message has content.",
-            .part = QVMessagePart::body,
-            .range = wholeOf(*body),
-            .expected = "no body",
-            .actual = fmt::format("a body of {} bytes", body->size())});
+  setFault(
+      {.rule = "http.204-body",
+       .text = "HTTP code 204 indicates no content, but this message has content.",
+       .part = QVMessagePart::body,
+       .range = wholeOf(*body),
+       .expected = "no body",
+       .actual = fmt::format("a body of {} byte{}", body->size(), body->size() == 1 ? "" : "s")});
 }
 
 // Leaves no dictionary, and finds no fault, when there is no body or it is not said to be JSON.
-//
 bool QVIPMessage::readJSONBody(std::optional<Value>& dictionary) {
   const auto& body = httpMessageOrEmpty().body();
   const auto contentType = httpMessageOrEmpty().contentType();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "qvparsersupport/common/utf8.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "qvparsersupport/transformers/tlv8_transformers.h"
 
@@ -12,6 +13,22 @@ namespace qv {
 namespace {
 
 constexpr const char* kPairingDefinition = "Pairing";
+constexpr const char* kContentType = "Content-Type";
+
+// Sets what was found, and where, for a message that has no field of exactly that name: the first
+// field that differs in letter case only, which a reader would easily take for it.
+void describeMissingContentType(const QVHTTPMessage& message, QVMessageFault& fault) {
+  fault.actual = fmt::format("no {}", kContentType);
+  const auto& fields = message.headerFields();
+  const std::string wanted = lowercased(kContentType);
+  for (std::size_t i = 0; fields && i < fields->size(); ++i) {
+    const std::string_view name = (*fields)[i].name;
+    if (name.size() != wanted.size() || lowercased(name) != wanted) continue;
+    fault.actual = fmt::format("no {} but {}; the letter case counts", kContentType, name);
+    fault.range = fields->rangeOf(i);
+    return;
+  }
+}
 
 // The field's type in hexadecimal, and which of its type it is when there are several.
 std::string pathOf(const std::vector<QVTLV8Field>& fields, std::size_t index) {
@@ -45,12 +62,18 @@ bool QVIPTLV8PayloadMessage::checkContentType() {
   const auto expected = tlv8MIMEType();
   const auto actual = httpMessageOrEmpty().contentType();
   if (!expected || actual == expected) return true;
-  setFault({.rule = "http.content-type",
-            .text = fmt::format("Invalid HTTP content type. Expected \"{}\".", *expected),
-            .part = QVMessagePart::header,
-            .range = httpMessageOrEmpty().valueRangeForKey("Content-Type"),
-            .expected = *expected,
-            .actual = actual.value_or("no Content-Type")});
+  QVMessageFault fault{
+      .rule = "http.content-type",
+      .text = fmt::format("Invalid HTTP content type. Expected \"{}\".", *expected),
+      .part = QVMessagePart::header,
+      .range = httpMessageOrEmpty().valueRangeForKey(kContentType),
+      .expected = *expected};
+  if (actual) {
+    fault.actual = *actual;
+  } else {
+    describeMissingContentType(httpMessageOrEmpty(), fault);
+  }
+  setFault(std::move(fault));
   return false;
 }
 

@@ -82,7 +82,7 @@ TEST_F(TLV8Message, DecodesAndChecksBodies) {
       {"Content-Type: Application/pairing+tlv8", "\x01\x01\x01",
        "null\nhttp.content-type header 41+24" + wrongType},
       {"content-type: application/pairing+tlv8", "\x01\x01\x01",
-       "null\nhttp.content-type header" + wrongType},
+       "null\nhttp.content-type header 27+38" + wrongType},
       {"", std::nullopt, "null\nhttp.content-type header" + wrongType},
       {kType, "\x01\x01\x01\x05\x09x", "1 \ntlv8.length body 3+3" + kLengthText},
       {kType, "\x05", "\ntlv8.length body 0+1" + kLengthText},
@@ -111,6 +111,26 @@ TEST_F(TLV8Message, DecodesAndChecksBodies) {
     const auto kept = message->cachedTLV8Packet();
     EXPECT_EQ(dump(*message), row.dump);
     EXPECT_EQ(message->tlv8Payload(), kept);
+  }
+}
+
+TEST_F(TLV8Message, SaysWhenOnlyTheLetterCaseOfContentTypeDiffers) {
+  const struct {
+    const char* fields;
+    const char* actual;
+  } rows[] = {
+      {"Content-Type: a\r\ncontent-type: b", "a"},
+      {"X: 1\r\nCONTENT-Type: b\r\ncontent-type: c",
+       "no Content-Type but CONTENT-Type; the letter case counts"},
+      {"Content-Typ: a\r\nContent-Type : b\r\nContent_Type: c", "no Content-Type"},
+      {"\xFF", "no Content-Type"},
+  };
+  for (const auto& row : rows) {
+    const auto message = request(kType, std::nullopt);
+    const std::string header = "X\r\n" + std::string(row.fields) + "\r\n";
+    message->setHttpMessage(QVHTTPMessage::initWithHeader(bytesOf(header), std::nullopt));
+    EXPECT_EQ(message->tlv8Payload(), nullptr);
+    EXPECT_EQ(message->faults().at(0).actual, row.actual);
   }
 }
 
