@@ -11,7 +11,7 @@ const std::string kPairing = QV_SOURCE_DIR "/tests/captures/traffic/pairing.xml"
 TEST(CommandLine, wrongUsageIsExitTwoWithOneComplaint) {
   struct Row {
     std::vector<std::string> arguments;
-    const char* complaint;
+    std::string complaint;
   } const rows[] = {
       {{}, "A subcommand is required"},
       {{"frobnicate"}, "A subcommand is required"},
@@ -32,12 +32,19 @@ TEST(CommandLine, wrongUsageIsExitTwoWithOneComplaint) {
        "--color has no effect with --quiet"},
       {{"profile", "check", "p", "--fail-on", "fatal"},
        "--fail-on: fatal not in {error,warning,note,never}"},
+      {{"traffic", "--max-message-size", "0"},
+       "--max-message-size: '0' is not a number of bytes above 0"},
+      {{"profile", "check", "p\x1B", "--output", "ndjson=p\x1B"},
+       "--output: the report would overwrite p\\x1b"},
+      {{"traffic", "--profile", "p", "--request", kPairing, "--response", "s", "--output",
+        "text=" + std::string(QV_SOURCE_DIR) + "/tests/captures/../captures/traffic/pairing.xml"},
+       "--output: the report would overwrite " + kPairing},
   };
   for (const Row& row : rows) {
     const Outcome outcome = runTool(row.arguments);
     EXPECT_EQ(outcome.exit, 2);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, std::string("qvcheck: ") + row.complaint + "\nTry 'qvcheck --help'.\n");
+    EXPECT_EQ(outcome.err, "qvcheck: " + row.complaint + "\nTry 'qvcheck --help'.\n");
   }
 }
 
@@ -56,18 +63,34 @@ TEST(CommandLine, helpAndVersion) {
 }
 
 TEST(CommandLine, unreadableFilesAreExitThree) {
-  const std::vector<std::string> arguments[] = {
-      {"profile", "check", "/nonexistent.xml"},
-      {"traffic", "--profile", kPairing, "--request", "/nonexistent", "--response", kPairing},
-      {"traffic", "--profile", "/", "--request", kPairing, "--response", kPairing},
+  const struct {
+    std::vector<std::string> arguments;
+    const char* complaints;
+  } rows[] = {
+      {{"profile", "check", "/none\x1B.xml"},
+       "qvcheck: /none\\x1b.xml: No such file or directory\n"},
+      {{"traffic", "--profile", kPairing, "--request", "/none", "--response", "/no"},
+       "qvcheck: /none: No such file or directory\nqvcheck: /no: No such file or directory\n"},
+      {{"traffic", "--profile", kPairing, "--request", kPairing, "--response", "/"},
+       "qvcheck: /: Is a directory\n"},
+      {{"traffic", "--profile", "/", "--request", kPairing, "--response", kPairing},
+       "qvcheck: /: Is a directory\n"},
   };
-  for (const auto& row : arguments) {
-    const Outcome outcome = runTool(row);
+  for (const auto& row : rows) {
+    const Outcome outcome = runTool(row.arguments);
     EXPECT_EQ(outcome.exit, 3);
-    EXPECT_TRUE(outcome.err.starts_with("qvcheck: ")) << outcome.err;
+    EXPECT_EQ(outcome.err, row.complaints);
   }
-  EXPECT_EQ(runTool({"profile", "check", kPairing, "--output", "text=/nonexistent/x"}).err,
-            "qvcheck: cannot write /nonexistent/x\n");
+}
+
+TEST(CommandLine, saysWhenTheReportCannotBeWritten) {
+  const Outcome unopened =
+      runTool({"profile", "check", kPairing, "--output", "text=/nonexistent/x"});
+  EXPECT_EQ(unopened.exit, 2);
+  EXPECT_EQ(unopened.err, "qvcheck: cannot write /nonexistent/x\n");
+  const Outcome full = runTool({"profile", "check", kPairing, "--output", "text=/dev/full"});
+  EXPECT_EQ(full.exit, 70);
+  EXPECT_EQ(full.err, "qvcheck: the report could not be written whole\n");
 }
 
 TEST(CommandLine, colorOnlyWhereItIsWanted) {

@@ -2,11 +2,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string_view>
 
+#include "qvparsersupport/common/text_readings.h"
 #include "qvparsersupport/common/version.h"
+#include "tools/qvcheck/escape.h"
 
 namespace qv::check {
 
@@ -113,8 +116,29 @@ std::optional<std::string> readReportOptions(const RawReportOptions& raw, const 
   return std::nullopt;
 }
 
+// The first of the inputs that a report would overwrite.
+std::optional<std::string> overwrittenInput(const ReportOptions& options,
+                                            const std::vector<std::string>& inputs) {
+  for (const OutputChoice& output : options.outputs) {
+    for (const std::string& input : inputs) {
+      std::error_code unknown;  // what does not exist is no device and equivalent to nothing
+      if (std::filesystem::is_character_file(input, unknown)) continue;
+      if (output.file == input || std::filesystem::equivalent(output.file, input, unknown)) {
+        return input;
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+std::string checkedSize(const std::string& text) {
+  const bool digits = !text.empty() && holdsOnlyDecimalDigits(text);
+  return digits && integerReading(text) > 0 ? ""
+                                            : "'" + text + "' is not a number of bytes above 0";
+}
+
 Answer usageError(const CLI::App& command, const std::string& text) {
-  return {"qvcheck: " + text + "\nTry '" + command.get_display_name() + " --help'.\n",
+  return {"qvcheck: " + escaped(text) + "\nTry '" + command.get_display_name() + " --help'.\n",
           ExitCode::usage};
 }
 
@@ -153,7 +177,7 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
       ->add_option("--max-message-size", traffic.maxMessageSize,
                    "Larger messages are reported and skipped")
       ->type_name("BYTES")
-      ->check(CLI::PositiveNumber)
+      ->check(checkedSize)
       ->capture_default_str();
   addReportOptions(*trafficCommand, trafficReport);
 
@@ -187,6 +211,11 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
   const auto wrong = isTraffic ? readReportOptions(trafficReport, command, traffic.report)
                                : readReportOptions(profileReport, command, profile.report);
   if (wrong) return usageError(app, *wrong);
+  std::vector<std::string> inputs = isTraffic ? traffic.profiles : profile.files;
+  if (isTraffic) inputs.insert(inputs.end(), {traffic.requestFile, traffic.responseFile});
+  if (const auto input = overwrittenInput(isTraffic ? traffic.report : profile.report, inputs)) {
+    return usageError(app, "--output: the report would overwrite " + *input);
+  }
   if (isTraffic) return traffic;
   return profile;
 }

@@ -1,5 +1,6 @@
 #include "tools/qvcheck/profile_command.h"
 
+#include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/output_files.h"
 #include "tools/qvcheck/profile_loading.h"
 
@@ -9,7 +10,7 @@ int runProfileCheck(const ProfileCheckOptions& options, std::ostream& out, std::
                     bool outIsTerminal) {
   OutputFiles outputs(options.report, out, outIsTerminal, false);
   if (outputs.error()) {
-    err << "qvcheck: " << *outputs.error() << '\n';
+    err << "qvcheck: " << escaped(*outputs.error()) << '\n';
     return static_cast<int>(ExitCode::usage);
   }
   Report report(outputs.sinks(), options.report.failOn);
@@ -19,7 +20,9 @@ int runProfileCheck(const ProfileCheckOptions& options, std::ostream& out, std::
   report.run(run);
   loadProfiles(options.files, report, err);
   const int exit = report.finish(false);
-  return outputs.flush() ? exit : static_cast<int>(ExitCode::toolFault);
+  if (outputs.flush()) return exit;
+  err << "qvcheck: the report could not be written whole\n";
+  return static_cast<int>(ExitCode::toolFault);
 }
 
 }  // namespace qv::check

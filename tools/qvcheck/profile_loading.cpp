@@ -7,6 +7,7 @@
 #include "qvparsersupport/common/process_log.h"
 #include "qvparsersupport/common/xml_reader.h"
 #include "qvparsersupport/symbols/symbol_table.h"
+#include "tools/qvcheck/escape.h"
 
 namespace qv::check {
 
@@ -62,7 +63,7 @@ std::optional<Documents> readDocuments(const std::vector<std::string>& files, Re
     std::optional<std::string> error;
     const std::optional<Bytes> bytes = readFile(file, error);
     if (!bytes) {
-      err << "qvcheck: " << textOrNull(error) << '\n';
+      err << "qvcheck: " << escaped(file) << ": " << textOrNull(error) << '\n';
       report.noteOutcome(ExitCode::inputDamaged);
       report.noteIncomplete();
       return std::nullopt;

@@ -18,7 +18,7 @@ struct Runner {
 
   int operator()(const Answer& answer) const {
     (answer.exit == ExitCode::clean ? out : err) << answer.text;
-    return static_cast<int>(answer.exit);
+    return static_cast<int>(out.flush() ? answer.exit : ExitCode::toolFault);
   }
   int operator()(const TrafficOptions& options) const {
     return runTraffic(options, out, err, outIsTerminal);

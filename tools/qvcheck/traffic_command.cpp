@@ -7,6 +7,7 @@
 #include "capture/byte_source.h"
 #include "capture/exchange_pairing.h"
 #include "capture/stream_items.h"
+#include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/message_checker.h"
 #include "tools/qvcheck/output_files.h"
 #include "tools/qvcheck/profile_loading.h"
@@ -61,7 +62,7 @@ std::shared_ptr<ByteStreamItems> openStream(const std::string& file, Direction d
   std::optional<std::string> error;
   auto source = capture::FileSource::open(file, &error);
   if (source == nullptr) {
-    err << "qvcheck: " << textOrNull(error) << '\n';
+    err << "qvcheck: " << escaped(file) << ": " << textOrNull(error) << '\n';
     report.noteOutcome(ExitCode::inputDamaged);
     report.noteIncomplete();
     return nullptr;
@@ -74,7 +75,7 @@ void closeInput(const ByteStreamItems& stream, InputRecord& record, Report& repo
                 std::ostream& err) {
   record.bytes = stream.bytesRead();
   if (const auto error = stream.source().error()) {
-    err << "qvcheck: " << *error << '\n';
+    err << "qvcheck: " << escaped(record.name) << ": " << *error << '\n';
     record.complete = false;
   }
   report.input(record);
@@ -119,7 +120,7 @@ int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& e
                bool outIsTerminal) {
   OutputFiles outputs(options.report, out, outIsTerminal, true);
   if (outputs.error()) {
-    err << "qvcheck: " << *outputs.error() << '\n';
+    err << "qvcheck: " << escaped(*outputs.error()) << '\n';
     return static_cast<int>(ExitCode::usage);
   }
   const SignalWatch watch;
@@ -127,7 +128,9 @@ int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& e
   report.run(runRecord(options));
   if (loadProfiles(options.profiles, report, err)) checkConnection(options, report, err);
   const int exit = report.finish(true, endingSignal);
-  return outputs.flush() ? exit : static_cast<int>(ExitCode::toolFault);
+  if (outputs.flush()) return exit;
+  err << "qvcheck: the report could not be written whole\n";
+  return static_cast<int>(ExitCode::toolFault);
 }
 
 }  // namespace qv::check
