@@ -23,6 +23,8 @@ TEST(Escape, leavesNothingThatATerminalObeys) {
       {"\xFF\xC3(\xE2\x82", "\\xff\\xc3(\\xe2\\x82"},
   };
   for (const Row& row : rows) EXPECT_EQ(escaped(row.text), row.escaped);
+  EXPECT_EQ(escapedShort(std::string(199, 'a') + "\n"), std::string(199, 'a') + "\\x0a");
+  EXPECT_EQ(escapedShort(std::string(201, '\n')), escaped(std::string(200, '\n')) + "... (1 more)");
   EXPECT_EQ(escapedWidth("\xC3\xA9\n"), 5U);
 }
 

@@ -16,6 +16,8 @@ TEST(Excerpt, headerShowsTheLineThatHoldsTheMark) {
               ElementsAre("100 | HTTP/1.1 201 Created", "               ^^^"));
   EXPECT_THAT(renderedLines(headerExcerpt(bytesOf(header), {29, 4}, 100)),
               ElementsAre("122 | X-Esc: \\x1b[1m", "             ^^^^^^^"));
+  EXPECT_THAT(renderedLines(headerExcerpt(bytesOf("A: 1\nB: 2\n"), {4, 1}, 0)),
+              ElementsAre("0 | A: 1\\x0a", "        ^^^^"));
 }
 
 TEST(Excerpt, longLinesAreCutDownAroundTheMark) {

@@ -25,7 +25,7 @@ struct Case {
   int exit;
 } const kAllCases[] = {
     {"clean", 0},   {"field-faults", 1}, {"response-rules", 1}, {"not-judged", 3},
-    {"damaged", 3}, {"stray-bytes", 3},  {"nothing", 5},
+    {"damaged", 3}, {"stray-bytes", 3},  {"nothing", 5},        {"framing", 1},
 };
 
 // The report with the temporary paths taken out.

@@ -10,6 +10,10 @@ namespace qv::check {
 // of what follows as \u{NNNN}. A backslash stays as it is.
 std::string escaped(std::string_view text);
 
+// The same for text that only says which thing is meant: what is over 200 bytes is left out and
+// counted.
+std::string escapedShort(std::string_view text);
+
 // The columns that the escaped text takes on a terminal, one for each printed character.
 std::size_t escapedWidth(std::string_view text);
 

@@ -91,8 +91,12 @@ Excerpt headerExcerpt(ByteView header, ByteRange mark, std::size_t origin) {
   const std::size_t before =
       mark.offset == 0 ? std::string_view::npos : text.find_last_of("\r\n", mark.offset - 1);
   const std::size_t start = before == std::string_view::npos ? 0 : before + 1;
-  // A mark over a folded field reaches past its first line and is shown to its own end.
-  std::size_t end = text.find_first_of("\r\n", mark.offset + mark.length);
+  // A mark over a folded field reaches past its first line and is shown to its own end, and so is
+  // one on a line end.
+  const std::size_t markEnd = mark.offset + mark.length;
+  const bool onLineEnd =
+      mark.length > 0 && (text[markEnd - 1] == '\r' || text[markEnd - 1] == '\n');
+  std::size_t end = onLineEnd ? markEnd : text.find_first_of("\r\n", markEnd);
   if (end == std::string_view::npos) end = text.size();
   return textWindow(header.subspan(start, end - start), {mark.offset - start, mark.length},
                     origin + start);

@@ -47,6 +47,10 @@ constexpr NoteRow kNotes[] = {
     {FramingNoteKind::largerThanLimit, "input.too-large", Severity::note},
 };
 
+bool isLineEnd(std::uint8_t byte) {
+  return byte == '\r' || byte == '\n';
+}
+
 std::string_view partName(QVMessagePart part) {
   switch (part) {
     case QVMessagePart::startLine:
@@ -104,7 +108,9 @@ Finding findingForFault(const QVMessageFault& fault, const FramedMessage& messag
   if (fault.part == QVMessagePart::body) {
     const std::uint64_t origin = message.streamOffsetOf(fault.range->offset);
     finding.location.byteOffset = origin;
-    if (message.body) finding.excerpt = bodyExcerpt(*message.body, *fault.range, origin);
+    // Where the body ends there is nothing to show.
+    if (message.body && fault.range->offset < message.body->size())
+      finding.excerpt = bodyExcerpt(*message.body, *fault.range, origin);
   } else {
     finding.location.byteOffset = message.headerOffset + fault.range->offset;
     finding.excerpt = headerExcerpt(message.header, *fault.range, message.headerOffset);
@@ -112,12 +118,21 @@ Finding findingForFault(const QVMessageFault& fault, const FramedMessage& messag
   return finding;
 }
 
-std::optional<Finding> findingForNote(const capture::FramingNote& note) {
+std::optional<Finding> findingForNote(const capture::FramingNote& note,
+                                      const FramedMessage& message) {
   const auto* row =
       std::find_if(std::begin(kNotes), std::end(kNotes),
                    [&](const NoteRow& candidate) { return candidate.kind == note.kind; });
   if (row == std::end(kNotes)) return std::nullopt;
-  return remark(row->rule, row->severity, note.text, note.offset, note.length);
+  Finding finding = remark(row->rule, row->severity, note.text, note.offset, note.length);
+  const std::uint64_t headerEnd = message.headerOffset + message.header.size();
+  if (note.offset < message.headerOffset || note.offset >= headerEnd) return finding;
+  if (note.length >= message.header.size()) return finding;  // concerns the header as a whole
+  ByteRange mark{note.offset - message.headerOffset, note.length};
+  while (mark.length > 1 && isLineEnd(message.header[mark.offset + mark.length - 1])) --mark.length;
+  finding.location.part = "header";
+  finding.excerpt = headerExcerpt(message.header, mark, message.headerOffset);
+  return finding;
 }
 
 Finding remark(std::string rule, Severity severity, std::string text, std::uint64_t offset,

@@ -11,7 +11,8 @@ Finding findingForFault(const QVMessageFault& fault, const capture::FramedMessag
 
 // A finding for a fact about how the message stood in the capture, or null when it is not worth one
 // of its own (the library objects to the same thing, or it is the ordinary case).
-std::optional<Finding> findingForNote(const capture::FramingNote& note);
+std::optional<Finding> findingForNote(const capture::FramingNote& note,
+                                      const capture::FramedMessage& message);
 
 // A remark of the tool about a stretch of an input.
 Finding remark(std::string rule, Severity severity, std::string text, std::uint64_t offset,

@@ -141,7 +141,7 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
     }
   }
   for (const capture::FramingNote& note : message.notes) {
-    if (std::optional<Finding> finding = findingForNote(note)) {
+    if (std::optional<Finding> finding = findingForNote(note, message)) {
       reportFinding(std::move(*finding), out.message, input);
     }
   }

@@ -29,7 +29,7 @@ std::string place(const Location& location) {
 }
 
 std::string what(const MessageRecord& record) {
-  const std::string target = escaped(record.method + " " + record.url);
+  const std::string target = escapedShort(record.method + " " + record.url);
   if (record.kind == "request") {
     return fmt::format("request {} (connection {})", target, record.connection);
   }
@@ -69,6 +69,7 @@ void TextReport::profile(const ProfileRecord& record) {
 }
 
 void TextReport::message(const MessageRecord& record) {
+  messageOffset_ = record.offset;
   messageLine_ = fmt::format("{}:{}: message {}, {}\n", escaped(record.inputName), record.offset,
                              record.message, what(record));
 }
@@ -101,6 +102,10 @@ void TextReport::details(const Finding& record) {
     out_ << kIndent << "at TLV8 field " << record.location.tlv8Path << '\n';
   }
   if (!record.markup.empty()) out_ << kIndent << escaped(record.markup) << '\n';
+  if (!record.excerpt && record.message && record.location.byteOffset &&
+      record.location.byteOffset != messageOffset_) {
+    out_ << kIndent << "at byte " << *record.location.byteOffset << '\n';
+  }
   if (record.excerpt) {
     for (const std::string& line : renderedLines(*record.excerpt)) {
       const bool carets = line.find_first_not_of(" ^") == std::string::npos;
@@ -108,7 +113,8 @@ void TextReport::details(const Finding& record) {
     }
   }
   if (!record.expected.empty()) out_ << kIndent << "expected: " << escaped(record.expected) << '\n';
-  if (!record.actual.empty()) out_ << kIndent << "actual:   " << escaped(record.actual) << '\n';
+  if (!record.actual.empty())
+    out_ << kIndent << "actual:   " << escapedShort(record.actual) << '\n';
   if (record.definition) {
     const DefinitionPlace& definition = *record.definition;
     out_ << kIndent

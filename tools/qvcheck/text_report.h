@@ -37,6 +37,7 @@ class TextReport : public ReportSink {
   std::ostream& out_;
   Style style_;
   std::string messageLine_;  // of the last message, until its first finding prints it
+  std::size_t messageOffset_ = 0;
   bool wroteBlock_ = false;
 };
 
