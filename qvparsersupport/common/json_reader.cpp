@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "qvparsersupport/common/text_readings.h"
 #include "qvparsersupport/common/value_storage.h"
 
 namespace qv {
@@ -38,7 +39,6 @@ class TreeHandler {
 
   Value take() { return ValueBuilder::adopt(values_.back(), std::exchange(storage_, nullptr)); }
   std::vector<std::string> repeatedKeys() const { return {repeated_.begin(), repeated_.end()}; }
-  bool numberOutOfRange() const { return numberOutOfRange_; }
 
   bool on_document_begin(bj::error_code&) { return true; }
   bool on_document_end(bj::error_code&) { return true; }
@@ -94,12 +94,12 @@ class TreeHandler {
     const char* end = pending_.data() + pending_.size();
     const auto result = std::from_chars(pending_.data(), end, value);
     if (result.ec == std::errc::result_out_of_range) {
-      numberOutOfRange_ = !readsAsZero(pending_);
-      if (numberOutOfRange_) {
+      const bool negative = pending_.front() == '-';
+      if (!decimalIsBelowOne(std::string_view(pending_).substr(negative ? 1 : 0))) {
         error = bj::error::exponent_overflow;
         return false;
       }
-      value = pending_.front() == '-' ? -0.0 : 0.0;
+      value = negative ? -0.0 : 0.0;
     }
     return pushNumber(Number::float64(value));
   }
@@ -112,13 +112,6 @@ class TreeHandler {
   bool on_comment(bj::string_view, bj::error_code&) { return true; }
 
  private:
-  // An unrepresentable number lies below the smallest double when its decimal exponent is negative.
-  static bool readsAsZero(std::string_view text) {
-    const std::size_t exponent = text.find_first_of("eE");
-    if (exponent != std::string_view::npos) return text[exponent + 1] == '-';
-    return text.starts_with("0.") || text.starts_with("-0.");
-  }
-
   bool appendPart(bj::string_view part) {
     pending_.append(part.data(), part.size());
     return true;
@@ -148,7 +141,6 @@ class TreeHandler {
   std::vector<ValueEntryNode> entries_;
   std::vector<std::string_view> repeated_;
   std::string pending_;
-  bool numberOutOfRange_ = false;
 };
 
 }  // namespace

@@ -114,6 +114,11 @@ float floatReading(std::string_view text) {
   return floatingReading<float>(text);
 }
 
+bool decimalIsBelowOne(std::string_view text) {
+  const DecimalForm form = decimalForm(text);
+  return form.mantissaIsZero || form.magnitude <= 0;
+}
+
 bool booleanReading(std::string_view text) {
   std::size_t at = 0;
   while (at < text.size() &&

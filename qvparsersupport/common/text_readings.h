@@ -22,6 +22,10 @@ QV_EXPORT std::int64_t integerReading(std::string_view text);
 QV_EXPORT double doubleReading(std::string_view text);
 QV_EXPORT float floatReading(std::string_view text);
 
+// For an unsigned decimal number of which the magnitude is too far from 1 to be represented: true
+// when it lies below. Looks at digits, point and exponent together, however long they are.
+QV_EXPORT bool decimalIsBelowOne(std::string_view text);
+
 // After blanks, signs and zeros, a first letter Y, y, T or t or a digit 1 to 9 reads true; anything
 // else, the empty text included, reads false.
 QV_EXPORT bool booleanReading(std::string_view text);

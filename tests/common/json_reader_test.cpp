@@ -12,7 +12,7 @@ namespace {
 
 TEST(JSONReader, numbersCarryTheirKind) {
   struct Row {
-    const char* text;
+    std::string text;
     NumericKind kind;
     Number value;
   } const rows[] = {
@@ -25,6 +25,7 @@ TEST(JSONReader, numbersCarryTheirKind) {
       {"0.1", NumericKind::doubleFloat, Number::float64(0.1)},
       {"9007199254740993.0", NumericKind::doubleFloat, Number::float64(9007199254740992.0)},
       {"1e-999", NumericKind::doubleFloat, Number::float64(0)},
+      {"-0." + std::string(400, '0') + "1e10", NumericKind::doubleFloat, Number::float64(0)},
       {"true", NumericKind::signedChar, Number::int8(1)},
       {"false", NumericKind::signedChar, Number::int8(0)},
   };
@@ -55,9 +56,22 @@ TEST(JSONReader, refusesWithAPlace) {
     std::string text;
     std::size_t offset;
   } const rows[] = {
-      {"", 0},         {"  ", 2},  {"{", 1},     {"[1,]", 3},           {"{\"a\" 1}", 5},
-      {"1 2", 2},      {"nul", 3}, {"01", 1},    {"\"\\ud800\"", 8},    {"\"\xC3\x28\"", 2},
-      {"\"a\nb\"", 2}, {"'a'", 0}, {"1e999", 5}, {"\xEF\xBB\xBF{}", 0}, {"[1}", 2},
+      {"", 0},
+      {"  ", 2},
+      {"{", 1},
+      {"[1,]", 3},
+      {"{\"a\" 1}", 5},
+      {"1 2", 2},
+      {"nul", 3},
+      {"01", 1},
+      {"\"\\ud800\"", 8},
+      {"\"\xC3\x28\"", 2},
+      {"\"a\nb\"", 2},
+      {"'a'", 0},
+      {"1e999", 5},
+      {"\xEF\xBB\xBF{}", 0},
+      {"[1}", 2},
+      {"1" + std::string(400, '0') + "e-10", 405},
   };
   for (const Row& row : rows) {
     const JSONParseResult result = parseJSON(bytesOf(row.text));
