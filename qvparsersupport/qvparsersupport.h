@@ -16,6 +16,7 @@
 
 #include "qvparsersupport/common/base64.h"
 #include "qvparsersupport/common/dictionary_lookup.h"
+#include "qvparsersupport/common/escape.h"
 #include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/common/process_log.h"
 #include "qvparsersupport/common/value.h"

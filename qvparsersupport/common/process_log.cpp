@@ -1,12 +1,11 @@
 #include "qvparsersupport/common/process_log.h"
 
-#include <fmt/format.h>
-
 #include <cstdio>
-#include <iterator>
 #include <new>
 #include <string>
 #include <utility>
+
+#include "qvparsersupport/common/escape.h"
 
 namespace qv {
 
@@ -19,18 +18,8 @@ ProcessLogSink& currentSink() {
 
 // One event is one line whatever the text holds.
 void writeToStandardError(std::string_view line) {
-  std::string escaped;
-  escaped.reserve(line.size() + 1);
-  for (const char c : line) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) {
-      fmt::format_to(std::back_inserter(escaped), "\\x{:02x}", byte);
-    } else {
-      escaped.push_back(c);
-    }
-  }
-  escaped.push_back('\n');
-  std::fwrite(escaped.data(), 1, escaped.size(), stderr);
+  const std::string text = escaped(line) + '\n';
+  std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
 }  // namespace

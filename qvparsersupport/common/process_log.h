@@ -8,7 +8,7 @@
 namespace qv {
 
 // Receives one line per call, without a line end and otherwise verbatim: text from a profile may
-// hold control characters, so a sink that writes to a terminal or a file escapes them.
+// hold control characters, so a sink that writes to a terminal or a file escapes them (escape.h).
 using ProcessLogSink = std::function<void(std::string_view line)>;
 
 // Replaces the sink; an empty function restores the default, which writes each line to standard

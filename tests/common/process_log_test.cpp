@@ -24,8 +24,8 @@ TEST(ProcessLog, sinkGetsLinesVerbatimAndItsExceptionsStayInside) {
 
 TEST(ProcessLog, defaultSinkWritesOneEscapedLine) {
   testing::internal::CaptureStderr();
-  processLog("a\nb\x1B[1mc");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "a\\x0ab\\x1b[1mc\n");
+  processLog("a\nb\x1B[1mc\xE2\x80\xAE\xFF");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "a\\x0ab\\x1b[1mc\\u{202E}\\xff\n");
 }
 
 }  // namespace
