@@ -17,7 +17,7 @@ TEST(ProfileCheck, reportsTheVerdictWithItsPlace) {
   } const rows[] = {
       {profileText("<enum name='E' format='int'><values/></enum>", "", "", ""), 0,
        "p.xml: accepted: 1 enum, 0 TLV8 structures, 0 characteristics, 0 services\n"
-       "exit 0 (no findings)\n"},
+       "exit 0 (nothing at or above --fail-on)\n"},
       {duplicate, 4,
        "p.xml:2:1: error[profile.refused]: Enum name E is not unique\n"
        "      <enum name=\"E\" format=\"int\"><values/></enum>\n\n"

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "qvparsersupport/ipmessages/tlv8_message.h"
 #include "tools/qvcheck/finding_builder.h"
 #include "tools/qvcheck/nearest_class.h"
@@ -125,6 +127,9 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
     finding.hint = nearestClass(http->requestMethod(), http->requestURL());
     reportFinding(std::move(finding), out.message, input);
   }
+  if (message.complete() && message.kind == MessageKind::response) {
+    reportUnpaired(record, out, input);
+  }
   if (!message.complete()) {
     const bool cut = message.completeness == Completeness::headerCut ||
                      message.completeness == Completeness::bodyCut;
@@ -174,6 +179,19 @@ std::shared_ptr<QVIPMessage> MessageChecker::classify(const capture::ExchangeRec
   }
   if (typed == nullptr) out.verdict = Verdict::unrecognised;
   return typed;
+}
+
+void MessageChecker::reportUnpaired(const capture::ExchangeRecord& record,
+                                    const MessageRecord& message, const InputRecord& input) {
+  const std::string_view reason = record.unpairedReason;
+  if (reason.empty() || std::ranges::find(unpairedReasons_, reason) != unpairedReasons_.end()) {
+    return;
+  }
+  unpairedReasons_.push_back(reason);
+  Finding finding = remark("input.unpaired", Severity::note,
+                           fmt::format("not judged, because {}", reason), message.offset, 0);
+  finding.hint = "further responses that are left out for this reason are only counted";
+  reportFinding(std::move(finding), message.message, input);
 }
 
 void MessageChecker::reportFinding(Finding finding, std::optional<std::size_t> message,

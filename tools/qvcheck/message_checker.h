@@ -5,6 +5,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "capture/exchange_pairing.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
@@ -39,6 +41,9 @@ class MessageChecker {
                      InputRecord& input);
   std::shared_ptr<QVIPMessage> classify(const capture::ExchangeRecord& record,
                                         const capture::FramedMessage& message, MessageRecord& out);
+  // Notes, once for each reason, that what a response answers is not known.
+  void reportUnpaired(const capture::ExchangeRecord& record, const MessageRecord& message,
+                      const InputRecord& input);
   void reportFinding(Finding finding, std::optional<std::size_t> message, const InputRecord& input);
 
   Report& report_;
@@ -46,6 +51,7 @@ class MessageChecker {
   InputRecord& requests_;
   InputRecord& responses_;
   std::optional<OpenRequest> open_;
+  std::vector<std::string_view> unpairedReasons_;  // those that were noted
 };
 
 }  // namespace qv::check

@@ -19,7 +19,7 @@ constexpr Outcome kOutcomes[] = {
     {ExitCode::inputDamaged, "input unreadable, damaged or incomplete"},
     {ExitCode::findings, "findings"},
     {ExitCode::nothingJudged, "nothing was judged"},
-    {ExitCode::clean, "no findings"},
+    {ExitCode::clean, "nothing at or above --fail-on"},
 };
 
 }  // namespace
