@@ -57,6 +57,10 @@ std::string countInWords(std::size_t count) {
   return fmt::format("{} byte{}", count, count == 1 ? "" : "s");
 }
 
+std::string atMostInWords(const Number& maximum) {
+  return fmt::format("at most {} byte{}", maximum.text(), maximum == Number::int64(1) ? "" : "s");
+}
+
 std::string bytesInWords(const std::optional<ByteView>& bytes) {
   constexpr std::size_t kShown = 16;
   if (!bytes) return "no value";
@@ -148,7 +152,7 @@ std::optional<QVTLV8Fault> QVTLV8Transformer::faultOfFieldValue(
   if (const auto bytes = encoded->asBytes()) length = bytes->size();
   if (!checkLength(length, definition.maximumLength(), &error)) {
     return faultOf("tlv8.field-length", textOrNull(error),
-                   fmt::format("at most {} bytes", definition.maximumLength()->text()),
+                   atMostInWords(*definition.maximumLength()),
                    length ? countInWords(*length) : "no length");
   }
   if (!checkEnum(value, definition.enumObject(), &error)) {

@@ -167,7 +167,7 @@ TEST(QVTLV8TransformerTest, FirstFaultSaysWhatAndWhere) {
       {packetOf("05 02 05 00"), "ok"},
       {packetOf("05 02 ff ff"),
        "0 tlv8.field-length 7 Field 0x05 is invalid: Encoded value is 2 bytes, which is larger "
-       "than the maximum of 1 bytes. | at most 1 bytes | 2 bytes"},
+       "than the maximum of 1 bytes. | at most 1 byte | 2 bytes"},
       {packetOf("01 01 03"),
        "0 tlv8.field-enum 3 Field 0x01 is invalid: Value does not conform to allowed values | a "
        "value of the enum Mode | 3"},
