@@ -27,15 +27,16 @@ inline Bytes bytesFromHex(std::string_view text) {
   return bytes;
 }
 
-// One field per word, "type=value@offset" with "-" for a value that is absent, then the error.
+// Fields "type=value@offset" with "-" for a value that is absent, then the error.
 inline std::string dump(const QVTLV8Packet& packet) {
   std::string text;
+  const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
   for (const QVTLV8Field& field : *packet.fields()) {
-    text += fmt::format("{:02x}={}@{}; ", field.type(),
-                        field.value() ? hexOf(*field.value()) : std::string("-"), field.offset());
+    add(fmt::format("{:02x}={}@{}", field.type(), field.value() ? hexOf(*field.value()) : "-",
+                    field.offset()));
   }
   if (packet.errorDescription()) {
-    text += fmt::format("{} @{}", *packet.errorDescription(), packet.errorOffset().value());
+    add(fmt::format("{} @{}", *packet.errorDescription(), packet.errorOffset().value()));
   }
   return text;
 }

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <memory>
 
 #include "tests/tlv8/tlv8_dump.h"
@@ -12,33 +12,30 @@ namespace {
 
 const std::string kLengthError = "Length describes more bytes than are available.";
 
-struct ParseRow {
-  std::string input;
-  std::optional<std::uint8_t> separator;
-  std::string expected;
-};
-
-std::shared_ptr<QVTLV8Packet> parsed(ByteView data, std::optional<std::uint8_t> separator) {
+std::shared_ptr<QVTLV8Packet> parsed(ByteView data,
+                                     std::optional<std::uint8_t> separator = std::nullopt) {
   return separator ? QVTLV8Packet::initWithData(data, *separator)
                    : QVTLV8Packet::initWithData(data);
 }
 
 TEST(QVTLV8PacketTest, ParsesItemsInWireOrder) {
-  const ParseRow rows[] = {
-      {"", std::nullopt, ""},
-      {"01 00", std::nullopt, "01=@0; "},
-      {"06 01 03 06 01 04", std::nullopt, "06=03@0; 06=04@3; "},
-      {"01 03 41 42", std::nullopt, kLengthError + " @0"},
-      {"01 01 41 02", std::nullopt, "01=41@0; " + kLengthError + " @3"},
-      {"01 01 41 ff 01 01 42", std::nullopt, "01=41@0; ff=01@3; " + kLengthError + " @6"},
-      {"01 01 41 ff 01 01 42", 0xFF, "01=41@0; ff=-@3; 01=42@4; "},
-      {"ff ff", 0xFF, "ff=-@0; ff=-@1; "},
-      {"ff", std::nullopt, kLengthError + " @0"},
-      // A separator counts only where a type byte is due.
-      {"01 02 01 00 00 00", 0x00, "01=01 00@0; 00=-@4; 00=-@5; "},
-      {"01 01 01", 0x01, "01=-@0; 01=-@1; 01=-@2; "},
+  struct Row {
+    const char* input;
+    std::string expected;
+    std::optional<std::uint8_t> separator;
   };
-  for (const ParseRow& row : rows) {
+  const Row rows[] = {
+      {"", "", {}},
+      {"06 01 03 06 00", "06=03@0, 06=@3", {}},
+      {"01 03 41 42", kLengthError + " @0", {}},
+      {"01 01 41 ff 01 01 42", "01=41@0, ff=01@3, " + kLengthError + " @6", {}},
+      {"01 01 41 ff 01 01 42", "01=41@0, ff=-@3, 01=42@4", 0xFF},
+      {"ff ff", "ff=-@0, ff=-@1", 0xFF},
+      {"ff", kLengthError + " @0", {}},
+      // A separator counts only where a type byte is due.
+      {"01 02 01 00 00 00", "01=01 00@0, 00=-@4, 00=-@5", 0x00},
+  };
+  for (const Row& row : rows) {
     const Bytes input = bytesFromHex(row.input);
     const auto packet = parsed(input, row.separator);
     EXPECT_EQ(dump(*packet), row.expected) << row.input;
@@ -50,78 +47,59 @@ TEST(QVTLV8PacketTest, ParsesItemsInWireOrder) {
 TEST(QVTLV8PacketTest, LongestItem) {
   Bytes input = {0x07, 0xFF};
   input.resize(257, 0x2A);
-  EXPECT_EQ(QVTLV8Packet::initWithData(input)->fieldWithType(7)->value()->size(), 255u);
+  EXPECT_EQ(parsed(input)->fieldWithType(7)->value()->size(), 255u);
   input.pop_back();
-  EXPECT_EQ(dump(*QVTLV8Packet::initWithData(input)), kLengthError + " @0");
+  EXPECT_EQ(dump(*parsed(input)), kLengthError + " @0");
 }
 
 // Every cut of every sample, each from a block of exactly its size, so that a read past the end is
 // seen. The fields before the cut must be those of the whole.
 TEST(QVTLV8PacketTest, EveryTruncationKeepsTheFieldsBeforeTheCut) {
-  const std::string samples[] = {
-      "06 01 03 05 04 01 02 03 04 ff 00 01 00 03 02 aa bb",
-      "00 00 00 00 00 00",
-      "ff ff 01 01 41 ff 02 02 42 43",
-  };
-  for (const std::string& sample : samples) {
+  for (const char* sample : {"06 01 03 05 04 01 02 03 04 ff 00 01 00 03 02 aa bb",
+                             "00 00 00 00 00 00", "ff ff 01 01 41 ff 02 02 42 43"}) {
     const Bytes whole = bytesFromHex(sample);
     for (const std::optional<std::uint8_t> separator : {std::optional<std::uint8_t>(), {0xFF}}) {
-      const auto reference = parsed(whole, separator);
+      const std::string fields = dump(*parsed(whole, separator)) + ", ";
       for (std::size_t length = 0; length <= whole.size(); ++length) {
         const auto block = std::make_unique<std::uint8_t[]>(length);
-        if (length > 0) std::memcpy(block.get(), whole.data(), length);
+        std::copy_n(whole.begin(), length, block.get());
         const auto packet = parsed({block.get(), length}, separator);
         std::size_t end = 0;
-        for (std::size_t i = 0; i < packet->fields()->size(); ++i) {
-          const QVTLV8Field& field = packet->fields()->at(i);
-          const QVTLV8Field& same = reference->fields()->at(i);
-          EXPECT_EQ(field.type(), same.type());
-          EXPECT_EQ(field.offset(), end);
-          ASSERT_EQ(field.value().has_value(), same.value().has_value());
-          EXPECT_EQ(hexOf(field.value().value_or(ByteView())),
-                    hexOf(same.value().value_or(ByteView())));
+        for (const QVTLV8Field& field : *packet->fields()) {
           end += field.value() ? 2 + field.value()->size() : 1;
         }
-        EXPECT_EQ(packet->errorDescription().has_value(), end != length);
         EXPECT_EQ(packet->errorOffset(), end != length ? std::optional(end) : std::nullopt);
+        EXPECT_EQ(packet->errorDescription().has_value(), end != length);
+        packet->setErrorDescription(std::nullopt);
+        const std::string kept = dump(*packet);
+        EXPECT_TRUE(kept.empty() || fields.starts_with(kept + ", ")) << kept << " of " << fields;
       }
     }
   }
 }
 
 TEST(QVTLV8PacketTest, FieldWithTypeAnswersTheFirstOfSeveral) {
-  const auto packet = QVTLV8Packet::initWithData(bytesFromHex("06 01 03 06 01 04"));
+  const auto packet = parsed(bytesFromHex("06 01 03 06 01 04"));
   EXPECT_EQ(hexOf(*packet->fieldWithType(6)->value()), "03");
   EXPECT_EQ(packet->fieldWithType(1).has_value(), false);
 }
 
 TEST(QVTLV8PacketTest, FieldsOutliveThePacketAndTheBuffer) {
-  QVTLV8Field kept;
-  QVTLV8FieldList list;
-  {
-    const Bytes input = bytesFromHex("01 01 41 02 02 42 43");
-    const auto packet = QVTLV8Packet::initWithData(input);
-    kept = packet->fields()->back();
-    list = packet->fields();
-  }
+  QVTLV8FieldList list = parsed(bytesFromHex("01 01 41 02 02 42 43"))->fields();
   EXPECT_EQ(hexOf(*list->front().value()), "41");
+  QVTLV8Field kept = list->back();
   list = nullptr;
-  EXPECT_EQ(hexOf(*kept.value()), "42 43");
+  {
+    const QVTLV8Field moved = std::move(kept);
+    EXPECT_EQ(hexOf(*moved.value()), "42 43");
+  }
+  // A field is readable after a move.
+  EXPECT_EQ(hexOf(*kept.value()), "42 43");  // NOLINT(bugprone-use-after-move)
   EXPECT_EQ(kept.offset(), 3u);
 }
 
-TEST(QVTLV8PacketTest, FieldsAreReadableAfterAMove) {
-  QVTLV8Field source = QVTLV8Packet::initWithData(bytesFromHex("01 00 02 01 41"))->fields()->back();
-  {
-    const QVTLV8Field target = std::move(source);
-    EXPECT_EQ(hexOf(*target.value()), "41");
-  }
-  EXPECT_EQ(hexOf(*source.value()), "41");  // NOLINT(bugprone-use-after-move)
-  EXPECT_EQ(source.offset(), 2u);
-}
-
 TEST(QVTLV8PacketTest, PropertiesStayWritable) {
-  const auto packet = QVTLV8Packet::initWithData(bytesFromHex("01 00"));
+  const auto packet = parsed(bytesFromHex("01 00"));
   packet->setData(std::nullopt);
   packet->setParsedFields(nullptr);
   packet->setErrorDescription("text");
@@ -139,20 +117,17 @@ TEST(QVTLV8FieldTest, IsBuiltByHand) {
   field.setValue(ByteView());
   ASSERT_EQ(field.value().has_value(), true);
   EXPECT_EQ(field.value()->size(), 0u);
-  field.setType(8);
-  // A parsed field that is given a value of its own no longer stands in a buffer.
-  QVTLV8Field parsedField =
-      QVTLV8Packet::initWithData(bytesFromHex("01 00 02 01 41"))->fields()->at(1);
-  EXPECT_EQ(parsedField.offset(), 2u);
-  parsedField.setValue(bytesFromHex("09 08"));
-  EXPECT_EQ(hexOf(*parsedField.value()), "09 08");
-  EXPECT_EQ(parsedField.offset(), 0u);
-}
-
-TEST(QVTLV8FieldTest, PlainFieldHasNoTypedInterpretation) {
   std::optional<std::string> error;
-  EXPECT_EQ(QVTLV8Field().objectValueWithErrorDescription(error), nullptr);
+  EXPECT_EQ(field.objectValueWithErrorDescription(error), nullptr);
   EXPECT_EQ(error, "Unknown TLV8 field.");
+  // A parsed field that is given a value of its own no longer stands in a buffer.
+  field = parsed(bytesFromHex("01 00 02 01 41"))->fields()->at(1);
+  EXPECT_EQ(field.offset(), 2u);
+  field.setValue(bytesFromHex("09 08"));
+  field.setType(8);
+  EXPECT_EQ(hexOf(*field.value()), "09 08");
+  EXPECT_EQ(field.type(), 8);
+  EXPECT_EQ(field.offset(), 0u);
 }
 
 }  // namespace

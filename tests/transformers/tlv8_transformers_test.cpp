@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/transformers/definition_builders.h"
 #include "tests/transformers/transformer_dump.h"
 
@@ -24,27 +26,37 @@ std::shared_ptr<QVTLV8MutablePacket> builderOf(std::uint8_t type, std::optional<
   return packet;
 }
 
+// Packets that lost their bytes or their list of fields.
+std::shared_ptr<QVTLV8Packet> emptied() {
+  const auto packet = packetOf("01 00");
+  packet->setData(std::nullopt);
+  return packet;
+}
+
+std::shared_ptr<QVTLV8Packet> withoutList() {
+  const auto packet = packetOf("07 00");
+  packet->setParsedFields(nullptr);
+  return packet;
+}
+
 TEST(QVTLV8TransformerTest, Encodes) {
-  const auto emptied = packetOf("01 00");
-  emptied->setData(std::nullopt);
-  const std::pair<std::optional<Value>, std::string> rows[] = {
-      {std::nullopt, "null"},
-      {Value(), "- | Value is not a TLV8."},
-      {bytesValue("01 05"), "<01 05>"},
-      {Value::object(packetOf("01 01 41 02")), "<01 01 41 02>"},
-      {Value::object(emptied), "-"},
-      {Value::object(builderOf(6, bytesFromHex("03"))), "<06 01 03>"},
-      {Value::object(builderOf(6, Bytes(256))),
-       "- | Too many bytes provided in value for type 0x06"},
-      {Value::string("AQA="), "- | Value is not a TLV8."},
-      {Number::int64(1), "- | Value is not a TLV8."},
+  const auto answer = [](const auto& value) { return encoded(transformer(), value); };
+  const std::string rows =
+      "- -> null; null -> - | Value is not a TLV8.; <01 05> -> <01 05>; "
+      "'AQA=' -> - | Value is not a TLV8.; q:1 -> - | Value is not a TLV8.";
+  EXPECT_EQ(redone(rows, answer), rows);
+  const std::pair<std::shared_ptr<QVTLV8Packet>, std::string> packets[] = {
+      {packetOf("01 01 41 02"), "<01 01 41 02>"},
+      {emptied(), "-"},
+      {builderOf(6, bytesFromHex("03")), "<06 01 03>"},
+      {builderOf(6, Bytes(257)), "- | Too many bytes provided in value for type 0x06"},
   };
-  for (const auto& [input, expected] : rows) EXPECT_EQ(encoded(transformer(), input), expected);
+  for (const auto& [packet, expected] : packets) EXPECT_EQ(answer(Value::object(packet)), expected);
 }
 
 TEST(QVTLV8TransformerTest, MutablePacketThatSerialisesClearsTheSlot) {
   std::optional<std::string> error = "earlier";
-  transformer().transformValue(bytesValue("01 00"), &error);
+  transformer().transformValue(Value::bytes(bytesFromHex("01 00")), &error);
   EXPECT_EQ(error, "earlier");
   transformer().transformValue(Value::object(builderOf(6, std::nullopt)), &error);
   EXPECT_EQ(error, std::nullopt);
@@ -52,22 +64,14 @@ TEST(QVTLV8TransformerTest, MutablePacketThatSerialisesClearsTheSlot) {
 
 TEST(QVTLV8TransformerTest, DecodesBytesAndStrictBase64OrAnswersNullWithoutAText) {
   const std::string error = "Length describes more bytes than are available.";
-  const std::pair<std::optional<Value>, std::string> rows[] = {
-      {bytesValue("06 01 03"), "packet{06=03@0; }"},
-      {bytesValue(""), "packet{}"},
-      {Value::string("BgED"), "packet{06=03@0; }"},
-      {Value::string(""), "packet{}"},
-      {bytesValue("01 00 02"), "packet{01=@0; " + error + " @2} | " + error},
-      {Value::string("AQAC"), "packet{01=@0; " + error + " @2} | " + error},
-      {Value::string("BgED\n"), "-"},
-      {Value::string("BgE"), "-"},
-      {Value::string("BgE_"), "-"},
-      {Value(), "-"},
-      {std::nullopt, "-"},
-      {Number::int64(1), "-"},
-      {Value::object(packetOf("01 00")), "-"},
-  };
-  for (const auto& [input, expected] : rows) EXPECT_EQ(decoded(transformer(), input), expected);
+  const std::string broken = "packet{01=@0, " + error + " @2} | " + error;
+  const std::string rows =
+      "<06 01 03> -> packet{06=03@0}; <> -> packet{}; 'BgED' -> packet{06=03@0}; '' -> packet{}; "
+      "<01 00 02> -> " +
+      broken + "; 'AQAC' -> " + broken +
+      "; 'BgED\n' -> -; 'BgE' -> -; 'BgE_' -> -; null -> -; - -> -; q:1 -> -";
+  EXPECT_EQ(redone(rows, [](const auto& value) { return decoded(transformer(), value); }), rows);
+  EXPECT_EQ(decoded(transformer(), Value::object(packetOf("01 00"))), "-");
 }
 
 TEST(QVTLV8TransformerTest, ValidatesTheCharacteristic) {
@@ -80,44 +84,34 @@ TEST(QVTLV8TransformerTest, ValidatesTheCharacteristic) {
   const auto refusing = QVCharacteristicXMLObject::initWithFormat(F::uint8);
   const auto nullFields = QVCharacteristicXMLObject::initWithFormat(F::tlv8);
   nullFields->setTlv8Definition(std::make_shared<QVTLV8XMLObject>());
-  const auto withoutList = packetOf("07 00");
-  withoutList->setParsedFields(nullptr);
-
-  const std::string notAPacket = "Value is not a TLV8 packet.";
-  const std::string refused = "Provided TLV8 but characteristic does not accept TLV8s.";
-  const std::string unknown = "Unknown field type 0x06 provided in TLV8.";
   const std::string unparsed =
       "Error parsing TLV8 data: Length describes more bytes than are available.";
-  struct Row {
-    const char* name;
-    const QVCharacteristicXMLObject& characteristic;
-    std::optional<Value> value;
-    std::string expected;
+  const std::string unknown = "<06 01 03> -> Unknown field type 0x06 provided in TLV8.";
+  const std::pair<const QVCharacteristicXMLObject&, std::string> rows[] = {
+      {*accepting, "<06 01 03> -> ok; <> -> ok; <06 01 03 06> -> " + unparsed +
+                       "; 'BgED' -> Value is not a TLV8 packet.; null -> Value is not a TLV8 "
+                       "packet.; - -> Value is not a TLV8 packet.; <06 02 00 00> -> Field 0x06 is "
+                       "invalid: Invalid length 2 for uint8"},
+      // What is no packet is told before the format is looked at.
+      {*refusing, "<06> -> " + unparsed +
+                      "; c:1 -> Value is not a TLV8 packet.; <06 01 03> -> "
+                      "Provided TLV8 but characteristic does not accept TLV8s."},
+      {*undefined, unknown + "; <ff 00> -> ok"},
+      {*nullFields, unknown},
   };
-  const Row rows[] = {
-      {"bytes", *accepting, bytesValue("06 01 03"), "ok"},
-      {"packet", *accepting, Value::object(packetOf("06 01 03")), "ok"},
-      {"builder", *accepting, Value::object(builderOf(6, bytesFromHex("03"))), "ok"},
-      {"empty", *accepting, bytesValue(""), "ok"},
-      {"no field list", *accepting, Value::object(withoutList), "ok"},
-      // The parse error of a packet is its holder's business; its fields are what is checked.
-      {"broken packet", *accepting, Value::object(packetOf("06 01 03 06")), "ok"},
-      {"broken bytes", *accepting, bytesValue("06 01 03 06"), unparsed},
-      {"broken bytes before the format", *refusing, bytesValue("06"), unparsed},
-      {"string", *accepting, Value::string("BgED"), notAPacket},
-      {"null", *accepting, Value(), notAPacket},
-      {"no value", *accepting, std::nullopt, notAPacket},
-      {"other format", *refusing, bytesValue("06 01 03"), refused},
-      {"no packet before the format", *refusing, Number::int8(1), notAPacket},
-      {"bad field", *accepting, bytesValue("06 02 00 00"),
-       "Field 0x06 is invalid: Invalid length 2 for uint8"},
-      {"no definition", *undefined, bytesValue("06 01 03"), unknown},
-      {"no definition, nothing to find", *undefined, bytesValue("ff 00"), "ok"},
-      {"no field definitions", *nullFields, bytesValue("06 01 03"), unknown},
-  };
-  for (const Row& row : rows) {
-    EXPECT_EQ(validated(transformer(), row.value, row.characteristic), row.expected) << row.name;
+  for (const auto& row : rows) {
+    const auto answer = [&](const auto& value) {
+      return validated(transformer(), value, row.first);
+    };
+    EXPECT_EQ(redone(row.second, answer), row.second);
   }
+  // The parse error of a packet is its holder's business; its fields are what is checked.
+  for (const auto& packet : {packetOf("06 01 03 06"), withoutList()}) {
+    EXPECT_EQ(validated(transformer(), Value::object(packet), *accepting), "ok");
+  }
+  const auto builder = Value::object(builderOf(6, bytesFromHex("03 04")));
+  EXPECT_EQ(validated(transformer(), builder, *accepting),
+            "Field 0x06 is invalid: Invalid length 2 for uint8");
 }
 
 TEST(QVTLV8TransformerTest, FirstFaultSaysWhatAndWhere) {
@@ -132,63 +126,48 @@ TEST(QVTLV8TransformerTest, FirstFaultSaysWhatAndWhere) {
       fieldOf(5, F::integer, Number::int64(1)),
       fieldOf(6, F::floatingPoint),
   });
-  const std::string nulls =
-      "Reverse transform of data failed because string information contained null characters";
-  struct Row {
-    std::shared_ptr<QVTLV8Packet> packet;
-    std::string expected;  // index, rule, definition's place in the list, text, expected, actual
-  };
-  const Row rows[] = {
-      {packetOf(""), "ok"},
-      {packetOf("00 03 41 42 43 01 01 02 00 00 ef 02 aa bb ff 01 00"), "ok"},
-      {packetOf("01 01 01 ab 00 01 00"),
-       "1 tlv8.unknown-field - Unknown field type 0xab provided in TLV8. | a field type of the "
-       "structure | 0xab"},
-      {packetOf("cd 00"),
-       "0 tlv8.unknown-format 5 Unknown TLV8 field format for field 0xcd | a format that a TLV8 "
-       "field can have | format 9"},
-      {packetOf("00 00 00 03 41 00 42"),
-       "1 tlv8.field-value 1 Field 0x00 is invalid: " + nulls +
-           " | UTF-8 text without null characters | 3 bytes: 41 00 42"},
-      {packetOf("01 00"),
-       "0 tlv8.field-value 3 Field 0x01 is invalid: Invalid length 0 for uint8 | 1 byte | 0 bytes"},
-      {builderOf(6, Bytes(20)),
-       "0 tlv8.field-value 8 Field 0x06 is invalid: Invalid number of bytes provided for float. | "
-       "4 bytes | 20 bytes: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ..."},
-      {builderOf(0xEF, std::nullopt),
-       "0 tlv8.field-value 6 Field 0xef is invalid: (null) | a value | no value"},
-      {packetOf("00 04 41 42 43 44"),
-       "0 tlv8.field-length 1 Field 0x00 is invalid: Encoded value is 4 bytes, which is larger "
-       "than the maximum of 3 bytes. | at most 3 bytes | 4 bytes"},
-      {packetOf("02 00"),
-       "0 tlv8.field-length 4 Field 0x02 is invalid: Encoded value is 0 bytes, which is larger "
-       "than the maximum of -1 bytes. | at most -1 bytes | 0 bytes"},
-      // The limit applies to the encoding of the decoded number, not to what came in.
-      {packetOf("05 02 05 00"), "ok"},
-      {packetOf("05 02 ff ff"),
-       "0 tlv8.field-length 7 Field 0x05 is invalid: Encoded value is 2 bytes, which is larger "
-       "than the maximum of 1 bytes. | at most 1 byte | 2 bytes"},
-      {packetOf("01 01 03"),
-       "0 tlv8.field-enum 3 Field 0x01 is invalid: Value does not conform to allowed values | a "
-       "value of the enum Mode | 3"},
-  };
-  const auto describe = [&](const QVTLV8Fault& fault) {
-    std::string place = "-";
-    for (std::size_t i = 0; i < definition->fields()->size(); ++i) {
-      if (fault.definition != nullptr && definition->fields()->at(i) == fault.definition) {
-        place = std::to_string(i);
-      }
-    }
-    return fmt::format("{} {} {} {} | {} | {}", fault.fieldIndex, fault.rule, place, fault.text,
-                       fault.expected, fault.actual);
-  };
-  for (const Row& row : rows) {
-    const auto fault = transformer().firstFault(*row.packet, *definition);
-    EXPECT_EQ(fault ? describe(*fault) : "ok", row.expected);
+  // The fault's field and rule, its definition's place in the list, text, expected and actual.
+  const auto answer = [&](const QVTLV8Packet& packet) -> std::string {
+    const auto fault = transformer().firstFault(packet, *definition);
     std::optional<std::string> error = "untouched";
-    EXPECT_EQ(transformer().validateValue(*row.packet, *definition, &error), !fault);
+    EXPECT_EQ(transformer().validateValue(packet, *definition, &error), !fault);
     EXPECT_EQ(error, fault ? fault->text : "untouched");
-  }
+    if (!fault) return "ok";
+    const auto& list = *definition->fields();
+    const auto place = std::find(list.begin() + 1, list.end(), fault->definition) - list.begin();
+    return fmt::format("{} {} {} {} | {} | {}", fault->fieldIndex, fault->rule, place, fault->text,
+                       fault->expected, fault->actual);
+  };
+  const std::string rows =
+      "<> -> ok; <00 03 41 42 43 01 01 02 00 00 ef 02 aa bb ff 01 00> -> ok; "
+      "<01 01 01 ab 00 01 00> -> 1 tlv8.unknown-field 9 Unknown field type 0xab provided in TLV8. "
+      "| a field type of the structure | 0xab; "
+      "<cd 00> -> 0 tlv8.unknown-format 5 Unknown TLV8 field format for field 0xcd | a format that "
+      "a TLV8 field can have | format 9; "
+      "<00 00 00 03 41 00 42> -> 1 tlv8.field-value 1 Field 0x00 is invalid: Reverse transform of "
+      "data failed because string information contained null characters | UTF-8 text without null "
+      "characters | 3 bytes: 41 00 42; "
+      "<01 00> -> 0 tlv8.field-value 3 Field 0x01 is invalid: Invalid length 0 for uint8 | 1 byte "
+      "| 0 bytes; "
+      "<00 04 41 42 43 44> -> 0 tlv8.field-length 1 Field 0x00 is invalid: Encoded value is 4 "
+      "bytes, which is larger than the maximum of 3 bytes. | at most 3 bytes | 4 bytes; "
+      "<02 00> -> 0 tlv8.field-length 4 Field 0x02 is invalid: Encoded value is 0 bytes, which is "
+      "larger than the maximum of -1 bytes. | at most -1 bytes | 0 bytes; "
+      // The limit applies to the encoding of the decoded number, not to what came in.
+      "<05 02 05 00> -> ok; "
+      "<05 02 ff ff> -> 0 tlv8.field-length 7 Field 0x05 is invalid: Encoded value is 2 bytes, "
+      "which is larger than the maximum of 1 bytes. | at most 1 byte | 2 bytes; "
+      "<01 01 03> -> 0 tlv8.field-enum 3 Field 0x01 is invalid: Value does not conform to allowed "
+      "values | a value of the enum Mode | 3";
+  const auto parsed = [&](const auto& value) {
+    return answer(*QVTLV8Packet::initWithData(*value->asBytes()));
+  };
+  EXPECT_EQ(redone(rows, parsed), rows);
+  EXPECT_EQ(answer(*builderOf(6, Bytes(20))),
+            "0 tlv8.field-value 8 Field 0x06 is invalid: Invalid number of bytes provided for "
+            "float. | 4 bytes | 20 bytes: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ...");
+  EXPECT_EQ(answer(*builderOf(0xEF, std::nullopt)),
+            "0 tlv8.field-value 6 Field 0xef is invalid: (null) | a value | no value");
 }
 
 TEST(QVTLV8TransformerTest, SeparatorTypePassesDefinedOrNot) {
@@ -201,27 +180,20 @@ TEST(QVTLV8TransformerTest, ValidatesOneFieldValue) {
   const auto& strings =
       dynamic_cast<const QVTLV8Transformer&>(registered(QVTransport::tlv8, F::string));
   const auto restricted = fieldOf(1, F::string, Number::int64(2), enumOf(F::string, {"ab"}));
-  struct Row {
-    const QVTLV8Transformer& transformer;
-    std::optional<Value> value;
-    std::string expected;
-  };
-  const auto emptied = packetOf("01 00");
-  emptied->setData(std::nullopt);
-  const Row rows[] = {
-      {strings, Value::string("ab"), "ok"},
-      {strings, Value::string("abc"),
-       "Encoded value is 3 bytes, which is larger than the maximum of 2 bytes."},
-      {strings, Value::string("ac"), "Value does not conform to allowed values"},
-      {strings, Number::int8(1), "Value cannot be encoded to a string."},
-      {transformer(), std::nullopt, "Encoded value does not have an inherent length."},
-      {transformer(), Value::object(emptied), "Value could not be serialized for this transport."},
-  };
-  for (const Row& row : rows) {
+  const auto answer = [&](const QVTLV8Transformer& asked, const std::optional<Value>& value) {
     std::optional<std::string> error = "ok";
-    EXPECT_EQ(row.transformer.validateValue(row.value, *restricted, &error), row.expected == "ok");
-    EXPECT_EQ(error, row.expected);
-  }
+    const bool isValid = asked.validateValue(value, *restricted, &error);
+    EXPECT_EQ(isValid, error == "ok");
+    return error;
+  };
+  const std::string rows =
+      "'ab' -> ok; 'abc' -> Encoded value is 3 bytes, which is larger than the maximum of 2 bytes."
+      "; 'ac' -> Value does not conform to allowed values; "
+      "c:1 -> Value cannot be encoded to a string.";
+  EXPECT_EQ(redone(rows, [&](const auto& value) { return *answer(strings, value); }), rows);
+  EXPECT_EQ(answer(transformer(), std::nullopt), "Encoded value does not have an inherent length.");
+  EXPECT_EQ(answer(transformer(), Value::object(emptied())),
+            "Value could not be serialized for this transport.");
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <fmt/format.h>
+#include <gtest/gtest.h>
 
+#include <charconv>
 #include <optional>
 #include <string>
 
@@ -26,23 +28,53 @@ inline std::string dump(const std::optional<Value>& value) {
   return packet != nullptr ? "packet{" + dump(*packet) + "}" : "object";
 }
 
-inline Value bytesValue(std::string_view hex) {
-  return Value::bytes(bytesFromHex(hex));
+// The value that the words of `dump` name, packets excepted. Words that would not come out as they
+// went in fail the test.
+inline std::optional<Value> valueOf(std::string_view words) {
+  const auto inside = [&] { return words.substr(1, words.size() - 2); };
+  std::optional<Value> value;
+  if (words == "null") value = Value();
+  if (words == "array") value = Value::array({});
+  if (words == "dict") value = Value::dictionary({});
+  if (words.starts_with('\'')) value = Value::string(inside());
+  if (words.starts_with('<')) value = Value::bytes(bytesFromHex(inside()));
+  if (words.find(':') == 1) {
+    const char* const end = words.data() + words.size();
+    std::int64_t i = 0;
+    std::uint64_t u = 0;
+    double d = 0;
+    std::from_chars(words.data() + 2, end, i);
+    std::from_chars(words.data() + 2, end, u);
+    std::from_chars(words.data() + 2, end, d);
+    for (const Number& number :
+         {Number::int8(static_cast<std::int8_t>(i)), Number::int16(static_cast<std::int16_t>(i)),
+          Number::int32(static_cast<std::int32_t>(i)), Number::int64(i), Number::signedLong(i),
+          Number::uint8(static_cast<std::uint8_t>(u)),
+          Number::uint16(static_cast<std::uint16_t>(u)),
+          Number::uint32(static_cast<std::uint32_t>(u)), Number::uint64(u), Number::unsignedLong(u),
+          Number::float32(static_cast<float>(d)), Number::float64(d)}) {
+      if (static_cast<char>(number.kind()) == words[0]) value = number;
+    }
+  }
+  EXPECT_EQ(dump(value), words);
+  return value;
 }
 
 // The result and, behind " | ", the text, which must come without being asked for as well.
-inline std::string encoded(const QVTransformer& transformer, const std::optional<Value>& value) {
+template <class Operation>
+std::string outcome(const Operation& operation) {
   std::optional<std::string> error;
-  const std::string result = dump(transformer.transformValue(value, &error));
-  if (dump(transformer.transformValue(value)) != result) return "depends on the slot";
+  const std::string result = dump(operation(&error));
+  if (dump(operation(nullptr)) != result) return "depends on the slot";
   return error ? result + " | " + *error : result;
 }
 
+inline std::string encoded(const QVTransformer& transformer, const std::optional<Value>& value) {
+  return outcome([&](ErrorSlot slot) { return transformer.transformValue(value, slot); });
+}
+
 inline std::string decoded(const QVTransformer& transformer, const std::optional<Value>& value) {
-  std::optional<std::string> error;
-  const std::string result = dump(transformer.reverseTransformValue(value, &error));
-  if (dump(transformer.reverseTransformValue(value)) != result) return "depends on the slot";
-  return error ? result + " | " + *error : result;
+  return outcome([&](ErrorSlot slot) { return transformer.reverseTransformValue(value, slot); });
 }
 
 // "ok", or the text.
@@ -57,6 +89,37 @@ inline std::string validated(const QVTransformer& transformer, const std::option
 
 inline const QVTransformer& registered(QVTransport transport, QVFormatType format) {
   return *QVTransformer::transformerForTransport(transport, format);
+}
+
+// Rows of the form "value -> result; value -> result" with what comes out now as their results.
+template <class Operation>
+std::string redone(std::string_view rows, const Operation& operation) {
+  std::string result;
+  while (!rows.empty()) {
+    const std::string_view row = rows.substr(0, rows.find("; "));
+    rows.remove_prefix(std::min(rows.size(), row.size() + 2));
+    const std::string_view words = row.substr(0, row.find(" -> "));
+    result +=
+        fmt::format("{}{} -> {}", result.empty() ? "" : "; ", words, operation(valueOf(words)));
+  }
+  return result;
+}
+
+struct CodingRows {
+  QVFormatType format;
+  std::string_view encodes;
+  std::string_view decodes;
+};
+
+template <std::size_t kCount>
+void expectCodings(QVTransport transport, const CodingRows (&formats)[kCount]) {
+  for (const auto& [format, encodes, decodes] : formats) {
+    const QVTransformer& transformer = registered(transport, format);
+    EXPECT_EQ(redone(encodes, [&](const auto& value) { return encoded(transformer, value); }),
+              encodes);
+    EXPECT_EQ(redone(decodes, [&](const auto& value) { return decoded(transformer, value); }),
+              decodes);
+  }
 }
 
 }  // namespace qv::test

@@ -1,4 +1,8 @@
+#include <cxxabi.h>
 #include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <typeinfo>
 
 #include "qvparsersupport/transformers/btle_transformers.h"
 #include "qvparsersupport/transformers/ip_transformers.h"
@@ -8,74 +12,62 @@
 namespace qv::test {
 namespace {
 
-// The class of a transformer and what it was made with.
+// "IPNumber6" for a QVIPNumberTransformer that was made with 6.
 std::string nameOf(const QVTransformer* transformer) {
-  if (transformer == nullptr) return "";
-  if (const auto* t = dynamic_cast<const QVIPNumberTransformer*>(transformer)) {
-    return fmt::format("IPNumber {}", t->numberType());
-  }
-  if (const auto* t = dynamic_cast<const QVBTLEPrimitiveTransformer*>(transformer)) {
-    return fmt::format("BTLEPrimitive {}", t->primitiveType());
-  }
-  if (const auto* t = dynamic_cast<const QVTLV8PrimitiveTransformer*>(transformer)) {
-    return fmt::format("TLV8Primitive {}", t->primitiveType());
-  }
-  if (dynamic_cast<const QVIPStringTransformer*>(transformer) != nullptr) return "IPString";
-  if (dynamic_cast<const QVIPBlobTransformer*>(transformer) != nullptr) return "IPBlob";
-  if (dynamic_cast<const QVIPArrayTransformer*>(transformer) != nullptr) return "IPArray";
-  if (dynamic_cast<const QVIPObjectTransformer*>(transformer) != nullptr) return "IPObject";
-  if (dynamic_cast<const QVBTLEStringTransformer*>(transformer) != nullptr) return "BTLEString";
-  if (dynamic_cast<const QVBTLEDataTransformer*>(transformer) != nullptr) return "BTLEData";
-  if (dynamic_cast<const QVTLV8TLV8Transformer*>(transformer) != nullptr) return "TLV8TLV8";
-  if (dynamic_cast<const QVTLV8StringTransformer*>(transformer) != nullptr) return "TLV8String";
-  if (dynamic_cast<const QVTLV8DataTransformer*>(transformer) != nullptr) return "TLV8Data";
-  if (dynamic_cast<const QVTLV8Transformer*>(transformer) != nullptr) return "TLV8";
-  return "unknown class";
+  if (transformer == nullptr) return "-";
+  const QVTransformer& object = *transformer;
+  const std::unique_ptr<char, decltype(&std::free)> demangled(
+      abi::__cxa_demangle(typeid(object).name(), nullptr, nullptr, nullptr), &std::free);
+  const std::string_view name = demangled.get();
+  std::string result(name.substr(6, name.size() - 6 - 11));  // "qv::QV" and "Transformer"
+  const auto* ip = dynamic_cast<const QVIPNumberTransformer*>(transformer);
+  const auto* btle = dynamic_cast<const QVBTLEPrimitiveTransformer*>(transformer);
+  const auto* tlv8 = dynamic_cast<const QVTLV8PrimitiveTransformer*>(transformer);
+  if (ip != nullptr) result += std::to_string(ip->numberType());
+  if (btle != nullptr) result += std::to_string(btle->primitiveType());
+  if (tlv8 != nullptr) result += std::to_string(tlv8->primitiveType());
+  return result;
 }
 
-struct RegistryRow {
-  const char* name;
-  // By format, 0 to 14; the empty text where there is none.
-  std::vector<std::string> byFormat;
-};
+std::string namesOf(const QVTransformerList& list) {
+  std::string names;
+  for (const auto& transformer : list)
+    names += (names.empty() ? "" : " ") + nameOf(transformer.get());
+  return names;
+}
 
 TEST(QVTransformerRegistryTest, HoldsWhatTheTableSaysAndNothingElse) {
-  const std::vector<std::string> none(15);
-  const RegistryRow rows[] = {
-      {"none", none},
-      {"IP",
-       {"", "IPNumber 6", "IPNumber 1", "IPNumber 2", "IPNumber 3", "IPNumber 4", "IPNumber 5",
-        "IPNumber 0", "IPString", "", "TLV8", "IPBlob", "IPArray", "IPObject", ""}},
-      {"BTLE",
-       {"", "BTLEPrimitive 6", "BTLEPrimitive 0", "BTLEPrimitive 1", "BTLEPrimitive 2",
-        "BTLEPrimitive 3", "BTLEPrimitive 4", "BTLEPrimitive 5", "BTLEString", "", "TLV8",
-        "BTLEData", "", "", ""}},
-      {"Nimbus Relay", none},
-      {"TLV8",
-       {"", "", "TLV8Primitive 0", "TLV8Primitive 1", "TLV8Primitive 2", "TLV8Primitive 3",
-        "TLV8Primitive 4", "TLV8Primitive 5", "TLV8String", "", "TLV8TLV8", "TLV8Data", "", "",
-        ""}},
-      {"unknown", none},
+  const std::string none = "- - - - - - - - - - - - - - -";
+  const std::string rows[] = {
+      // by transport and, in a row, by format, 0 to 14
+      none,
+      "- IPNumber6 IPNumber1 IPNumber2 IPNumber3 IPNumber4 IPNumber5 IPNumber0 IPString - TLV8 "
+      "IPBlob IPArray IPObject -",
+      "- BTLEPrimitive6 BTLEPrimitive0 BTLEPrimitive1 BTLEPrimitive2 BTLEPrimitive3 "
+      "BTLEPrimitive4 BTLEPrimitive5 BTLEString - TLV8 BTLEData - - -",
+      none,
+      "- - TLV8Primitive0 TLV8Primitive1 TLV8Primitive2 TLV8Primitive3 TLV8Primitive4 "
+      "TLV8Primitive5 TLV8String - TLV8TLV8 TLV8Data - - -",
+      none,
   };
-  std::int64_t transportNumber = 0;
-  for (const RegistryRow& row : rows) {
-    const auto transport = static_cast<QVTransport>(transportNumber++);
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    const auto transport = static_cast<QVTransport>(i);
+    QVTransformerList list;
     std::vector<QVFormatType> expectedFormats;
-    for (std::size_t i = 0; i < row.byFormat.size(); ++i) {
-      const auto format = static_cast<QVFormatType>(i);
-      const auto transformer = QVTransformer::transformerForTransport(transport, format);
-      EXPECT_EQ(nameOf(transformer.get()), row.byFormat[i]) << row.name << " " << i;
-      EXPECT_EQ(transformer, QVTransformer::transformerForTransport(transport, format));
-      if (transformer == nullptr) continue;
+    for (int number = 0; number < 15; ++number) {
+      const auto format = static_cast<QVFormatType>(number);
+      list.push_back(QVTransformer::transformerForTransport(transport, format));
+      EXPECT_EQ(list.back(), QVTransformer::transformerForTransport(transport, format));
+      if (list.back() == nullptr) continue;
       expectedFormats.push_back(format);
-      EXPECT_EQ(transformer->transport(), transport);
-      EXPECT_EQ(transformer->format(), format);
+      EXPECT_EQ(list.back()->transport(), transport);
+      EXPECT_EQ(list.back()->format(), format);
     }
+    EXPECT_EQ(namesOf(list), rows[i]);
     const auto formats = QVTransformer::transformableFormatsForTransport(transport);
-    ASSERT_EQ(formats.has_value(), !expectedFormats.empty()) << row.name;
-    if (formats) {
-      EXPECT_THAT(*formats, testing::UnorderedElementsAreArray(expectedFormats)) << row.name;
-    }
+    EXPECT_EQ(formats.has_value(), !expectedFormats.empty()) << i;
+    EXPECT_THAT(formats.value_or(std::vector<QVFormatType>()),
+                testing::UnorderedElementsAreArray(expectedFormats));
   }
   EXPECT_EQ(QVTransformer::_transformerMapping().size(), 3u);
 }
@@ -84,22 +76,14 @@ TEST(QVTransformerRegistryTest, SharedInstancesAreNewOnesInTheOrderOfTheirTypes)
   EXPECT_EQ(QVTransformer::sharedInstances(), std::nullopt);
   EXPECT_EQ(QVIPTransformer::sharedInstances(), QVTransformerList());
   EXPECT_EQ(QVBTLETransformer::sharedInstances(), QVTransformerList());
-  const auto names = [](const QVTransformerList& list) {
-    std::vector<std::string> result;
-    for (const auto& transformer : list) result.push_back(nameOf(transformer.get()));
-    return result;
-  };
-  using testing::ElementsAre;
-  EXPECT_THAT(names(QVIPNumberTransformer::sharedInstances()),
-              ElementsAre("IPNumber 0", "IPNumber 1", "IPNumber 2", "IPNumber 3", "IPNumber 4",
-                          "IPNumber 5", "IPNumber 6"));
-  EXPECT_THAT(
-      names(QVBTLEPrimitiveTransformer::sharedInstances()),
-      ElementsAre("BTLEPrimitive 0", "BTLEPrimitive 1", "BTLEPrimitive 2", "BTLEPrimitive 3",
-                  "BTLEPrimitive 4", "BTLEPrimitive 5", "BTLEPrimitive 6"));
-  EXPECT_THAT(names(QVTLV8PrimitiveTransformer::sharedInstances()),
-              ElementsAre("TLV8Primitive 0", "TLV8Primitive 1", "TLV8Primitive 2",
-                          "TLV8Primitive 3", "TLV8Primitive 4", "TLV8Primitive 5"));
+  EXPECT_EQ(namesOf(QVIPNumberTransformer::sharedInstances()),
+            "IPNumber0 IPNumber1 IPNumber2 IPNumber3 IPNumber4 IPNumber5 IPNumber6");
+  EXPECT_EQ(namesOf(QVBTLEPrimitiveTransformer::sharedInstances()),
+            "BTLEPrimitive0 BTLEPrimitive1 BTLEPrimitive2 BTLEPrimitive3 BTLEPrimitive4 "
+            "BTLEPrimitive5 BTLEPrimitive6");
+  EXPECT_EQ(namesOf(QVTLV8PrimitiveTransformer::sharedInstances()),
+            "TLV8Primitive0 TLV8Primitive1 TLV8Primitive2 TLV8Primitive3 TLV8Primitive4 "
+            "TLV8Primitive5");
   const QVTransformerList whole = QVTLV8Transformer::sharedInstances();
   ASSERT_EQ(whole.size(), 2u);
   EXPECT_EQ(whole[0]->transport(), QVTransport::btle);
