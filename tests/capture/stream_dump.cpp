@@ -1,7 +1,6 @@
 #include "tests/capture/stream_dump.h"
 
-#include <array>
-#include <iterator>
+#include <fmt/format.h>
 
 namespace qv::capture::test {
 namespace {
@@ -9,37 +8,28 @@ namespace {
 const char* const kKinds[] = {"unknown", "request", "response", "informational", "event"};
 const char* const kFramings[] = {"none", "contentLength", "chunked", "untilClose", "strayAfter204"};
 
-std::string range(std::uint64_t begin, std::uint64_t end) {
-  return "[" + std::to_string(begin) + "," + std::to_string(end) + ")";
-}
-
-std::string quoted(std::string_view text) {
-  std::string result = "\"";
-  for (char letter : text) {
-    if (letter == '\r')
-      result += "\\r";
-    else if (letter == '\n')
-      result += "\\n";
-    else
-      result += letter;
+std::string quoted(ByteView bytes) {
+  std::string result;
+  for (const char letter : textOf(bytes)) {
+    result += letter == '\r' ? "\\r" : letter == '\n' ? "\\n" : std::string(1, letter);
   }
-  return result + "\"";
+  return '"' + result + '"';
 }
 
 std::string dumpMessage(const FramedMessage& message) {
-  std::string line = kKinds[static_cast<std::size_t>(message.kind)];
-  line += " " + range(message.beginOffset, message.endOffset) + " header " +
-          range(message.headerOffset, message.headerOffset + message.header.size()) + " " +
-          kFramings[static_cast<std::size_t>(message.framing)];
-  if (message.body) line += " " + quoted(textOf(*message.body));
+  std::string line =
+      fmt::format("{} [{},{}) header [{},{}) {}", kKinds[static_cast<std::size_t>(message.kind)],
+                  message.beginOffset, message.endOffset, message.headerOffset,
+                  message.headerOffset + message.header.size(),
+                  kFramings[static_cast<std::size_t>(message.framing)]);
+  if (message.body) line += " " + quoted(*message.body);
   for (const BodySegment& segment : message.segments) {
-    line += " " + std::to_string(segment.bodyOffset) + "@" + std::to_string(segment.streamOffset);
+    line += fmt::format(" {}@{}", segment.bodyOffset, segment.streamOffset);
   }
-  if (!message.complete()) line += " -- " + std::string(completenessText(message.completeness));
-  if (!message.endKnown) line += " (end guessed)";
-  line += "\n";
+  if (!message.complete()) line += fmt::format(" -- {}", completenessText(message.completeness));
+  line += message.endKnown ? "\n" : " (end guessed)\n";
   for (const FramingNote& note : message.notes) {
-    line += "  " + range(note.offset, note.offset + note.length) + " " + note.text + "\n";
+    line += fmt::format("  [{},{}) {}\n", note.offset, note.offset + note.length, note.text);
   }
   return line;
 }
@@ -49,8 +39,8 @@ std::string dumpMessage(const FramedMessage& message) {
 std::string dump(const StreamItem& item) {
   if (const auto* message = std::get_if<FramedMessage>(&item)) return dumpMessage(*message);
   const auto& damage = std::get<Damage>(item);
-  return "damage " + range(damage.offset, damage.offset + damage.length) + " " + damage.text +
-         (damage.mayHideMessages ? " (may hide messages)\n" : "\n");
+  return fmt::format("damage [{},{}) {}{}\n", damage.offset, damage.offset + damage.length,
+                     damage.text, damage.mayHideMessages ? " (may hide messages)" : "");
 }
 
 std::string dump(const std::vector<StreamItem>& items) {
@@ -67,7 +57,7 @@ std::vector<StreamItem> framed(Direction direction, std::string_view stream,
     while (auto item = framer.next()) items.push_back(std::move(*item));
   };
   std::size_t begin = 0;
-  for (std::size_t cut : cuts) {
+  for (const std::size_t cut : cuts) {
     framer.feed(bytesOf(stream.substr(begin, cut - begin)));
     drain();
     begin = cut;
