@@ -43,6 +43,10 @@ class SymbolTableFixture : public ::testing::Test {
     const bool loaded = table.loadDocuments(documents, &error);
     EXPECT_EQ(loaded, !error.has_value());
     EXPECT_EQ(loaded, !table.lastLoadFault().has_value());
+    if (!loaded) {
+      EXPECT_EQ(table.lastLoadFault()->reason, error);
+      EXPECT_EQ(table.lastLoadFault()->document, table.document());
+    }
     EXPECT_FALSE(table.loadInProgress());
     return error.value_or("loaded");
   }
