@@ -80,8 +80,10 @@ const XMLElement* firstNamed(const XMLNode* node, std::string_view name) {
   return nullptr;
 }
 
+// Most character data of a profile is the blanks between its elements.
 bool isWhiteSpace(std::string_view text) {
-  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; });
 }
 
 }  // namespace
