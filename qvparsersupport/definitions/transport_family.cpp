@@ -157,7 +157,8 @@ std::shared_ptr<Definition> QVTransportFamily<Definition>::familyHandle(
 template <class Definition>
 bool QVTransportFamily<Definition>::isFamilyHandle(
     const std::shared_ptr<Definition>& instance) const {
-  return haveSameOwner(instance, this->weak_from_this()) || haveSameOwner(instance, parent_);
+  const std::shared_ptr<Definition>& owner = FamilyKeeper<Definition>::ownerOf(instance);
+  return haveSameOwner(owner, this->weak_from_this()) || haveSameOwner(owner, parent_);
 }
 
 // A family handle put back into its own family would keep the family alive by itself. What is

@@ -13,6 +13,26 @@
 
 namespace qv {
 
+// The owner behind a handle to an instance that counts its references by itself, and keeps the
+// family through the handle that it was made from. Tables of many instances hold such handles:
+// their counts lie close together, where those of the families are spread over all that the
+// families consist of.
+template <class Definition>
+struct FamilyKeeper {
+  std::shared_ptr<Definition> family;
+  void operator()(Definition*) { family.reset(); }
+
+  static std::shared_ptr<Definition> separateHandle(std::shared_ptr<Definition> handle) {
+    Definition* const definition = handle.get();
+    return {definition, FamilyKeeper{std::move(handle)}};
+  }
+  // The handle that owns what the given one keeps alive.
+  static const std::shared_ptr<Definition>& ownerOf(const std::shared_ptr<Definition>& handle) {
+    const auto* keeper = std::get_deleter<FamilyKeeper>(handle);
+    return keeper != nullptr ? keeper->family : handle;
+  }
+};
+
 // What characteristic and service definitions have in common: a small tree of a parent, read from
 // the definition's own element, and up to two instances, read from its `ip` and `btle` children. An
 // instance stores what its own element says and reads everything else through to its parent.

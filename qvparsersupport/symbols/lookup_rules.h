@@ -37,7 +37,8 @@ class IndexedDefinitions {
   static bool keepsParentOf(const Definition& definition,
                             const std::shared_ptr<Definition>& handle) {
     const auto& parent = definition.parent_;
-    return parent.expired() || (!handle.owner_before(parent) && !parent.owner_before(handle));
+    const auto& owner = FamilyKeeper<Definition>::ownerOf(handle);
+    return parent.expired() || (!owner.owner_before(parent) && !parent.owner_before(owner));
   }
 };
 

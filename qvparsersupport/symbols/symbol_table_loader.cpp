@@ -257,6 +257,9 @@ void QVSymbolTable::_loadCharacteristics() {
     }
     parents.push_back(std::move(parent));
   });
+  for (auto& instance : instances) {
+    instance = FamilyKeeper<QVCharacteristicXMLObject>::separateHandle(std::move(instance));
+  }
   // Deliberate: with several documents only the instances of the last one stay in the list.
   state_->transportCharacteristics.set(std::move(instances), std::move(keys.instances));
   addSection(state_->characteristics, std::move(parents), std::move(keys.parents));
