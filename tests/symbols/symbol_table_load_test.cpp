@@ -1,5 +1,7 @@
 // What is in the table after loads, good and bad ones, and how long it lives.
 
+#include <functional>
+
 #include "tests/symbols/symbol_table_fixture.h"
 
 namespace qv {
@@ -41,22 +43,25 @@ std::string profile(const std::string& x, const std::string& lastService = "") {
                          "'/></required></ip></service>" + lastService);
 }
 
-TEST_F(SymbolTableTest, contentsAfterLoads) {
+TEST_F(SymbolTableTest, contentsAfterALoad) {
   EXPECT_EQ(load({profile("a")}), "loaded");
   EXPECT_EQ(contents(), "Ea | Ta | Ca | Ca Ca | Sa ");
   EXPECT_EQ(table.document()->name(), "p0.xml");
+  EXPECT_EQ(load({profileText("", "", "", "")}), "loaded");
+  EXPECT_EQ(contents(), "| null| | | ");
+}
 
+TEST_F(SymbolTableTest, onlyTheInstancesOfTheLastDocumentStay) {
   EXPECT_EQ(load({profile("a"), profile("b")}), "loaded");
   EXPECT_EQ(contents(), "Ea Eb | Ta Tb | Ca Cb | Cb Cb | Sa Sb ");
   EXPECT_EQ(table.document()->name(), "p1.xml");
+}
 
-  // No document: everything is dropped but the instances of the load before.
+TEST_F(SymbolTableTest, aResetLeavesTheInstances) {
+  EXPECT_EQ(load({profile("a")}), "loaded");
   EXPECT_EQ(load({}), "loaded");
-  EXPECT_EQ(contents(), "null| null| null| Cb Cb | null");
+  EXPECT_EQ(contents(), "null| null| null| Ca Ca | null");
   EXPECT_EQ(table.document(), nullptr);
-
-  EXPECT_EQ(load({profileText("", "", "", "")}), "loaded");
-  EXPECT_EQ(contents(), "| null| | | ");
 }
 
 TEST_F(SymbolTableTest, aFailedLoadKeepsWhatWasComplete) {
@@ -77,44 +82,40 @@ TEST_F(SymbolTableTest, aFailedLoadKeepsWhatWasComplete) {
 }
 
 TEST_F(SymbolTableTest, everyTransformerGapIsReportedAfterTheLoad) {
-  const auto characteristics = [](const std::string& format) {
-    return "<characteristic name='Fine'><format name='bool'/><ip/></characteristic>"
-           "<characteristic name='First'><format name='" +
-           format +
-           "'/><btle/><ip/>"
-           "</characteristic><characteristic name='Second'><format name='" +
-           format +
-           "'/><ip/>"
-           "</characteristic>";
+  const std::string field =
+      "<tlv8 name='T'><fields><field type='0x01' name='ok' format='uint8'/>"
+      "<field type='0x02' name='gap' format='array'/></fields></tlv8>";
+  const std::string fine =
+      "<characteristic name='Fine'><format name='bool'/><ip/></characteristic>";
+  const std::string gap =
+      "<characteristic name='Gap'><format name='dict'/><btle/></characteristic>";
+  const std::string none = "<characteristic name='None'><ip/></characteristic>";
+  const struct {
+    std::vector<std::string> profiles;
+    std::string result;
+    std::vector<std::string> log;
+  } rows[] = {
+      // The parent alone needs no transformer.
+      {{profileText("", "", "<characteristic name='C'/>", "")}, "loaded", {}},
+      {{profileText("", field, none + gap, "")},
+       "No value transformer found for characteristic 'None'",
+       {"Details: Transport 1, Format 0"}},
+      {{profileText("", "", fine + gap + none, "")},
+       "No value transformer found for characteristic 'Gap'",
+       {"Details: Transport 2, Format 13"}},
+      {{profileText("", field, fine, "")},
+       "No tlv8 value transformer found for field 'gap'",
+       {"Details: TLV8 transformer missing for field 'gap'"}},
+      // Only the last document's instances are looked at.
+      {{profileText("", "", none, ""), profileText("", "", "", "")}, "loaded", {}},
   };
-  const auto tlv8s = [](const std::string& format) {
-    return "<tlv8 name='T'><fields><field type='0x01' name='ok' format='uint8'/>"
-           "<field type='0x02' name='gap' format='" +
-           format + "'/></fields></tlv8>";
-  };
-  // The parent alone needs no transformer.
-  EXPECT_EQ(load({profileText("", "", "<characteristic name='C'/>", "")}), "loaded");
-
-  EXPECT_EQ(
-      load({profileText("", tlv8s("date"), "<characteristic name='C'><ip/></characteristic>", "")}),
-      "No value transformer found for characteristic 'C'");
-  EXPECT_EQ(log, std::vector<std::string>{"Details: Transport 1, Format 0"});
+  for (const auto& row : rows) {
+    EXPECT_EQ(load(row.profiles), row.result);
+    EXPECT_EQ(log, row.log) << row.result;
+  }
+  EXPECT_EQ(load(rows[1].profiles), rows[1].result);
   EXPECT_EQ(table.lastLoadFault()->element->name(), "ip");
-  EXPECT_EQ(table.lastLoadFault()->document, table.document());
-  EXPECT_EQ(contents(), "| T | C | C | ");
-
-  EXPECT_EQ(load({profileText("", "", characteristics("dict"), "")}),
-            "No value transformer found for characteristic 'First'");
-  EXPECT_EQ(log.size(), 1U);
-
-  EXPECT_EQ(load({profileText("", tlv8s("array"), characteristics("bool"), "")}),
-            "No tlv8 value transformer found for field 'gap'");
-  EXPECT_EQ(log, std::vector<std::string>{"Details: TLV8 transformer missing for field 'gap'"});
-
-  // Only the last document's instances are looked at.
-  EXPECT_EQ(load({profileText("", "", "<characteristic name='C'><ip/></characteristic>", ""),
-                  profileText("", "", "", "")}),
-            "loaded");
+  EXPECT_EQ(contents(), "| T | None Gap | None Gap | ");
 }
 
 TEST_F(SymbolTableTest, theSanityCheckAnswersOnItsOwn) {
@@ -138,25 +139,19 @@ TEST_F(SymbolTableTest, handlesOutliveTheTablesContents) {
            each.uti().value_or("?") + " " + each.enumDefinition()->name().value_or("?") + " " +
            std::to_string(each.properties()->size()) + " " + std::string(each.element()->name());
   };
-  const auto drop = [&](int how) {
-    switch (how) {
-      case 0:
-        return table._reset();
-      case 1:
-        return static_cast<void>(load({profile("z")}));
-      case 2:
-        return static_cast<void>(load({profileText("<enum/>", "", "", "")}));
-      default:
-        return clear();
-    }
+  const std::function<void()> drops[] = {
+      [&] { table._reset(); },
+      [&] { load({profile("z")}); },
+      [&] { load({profileText("<enum/>", "", "", "")}); },
+      [&] { clear(); },
   };
-  for (int how = 0; how < 4; ++how) {
+  for (const auto& drop : drops) {
     EXPECT_EQ(load({profile("a")}), "loaded");
     const auto found = table.characteristicWithRef("20a", QVTransport::btle);
     const auto required = table.serviceWithRef("30a", QVTransport::ip)->required();
     const auto service = table.parentServiceWithRef("sa")->ip();
     const auto list = table.transportCharacteristics();
-    drop(how);
+    drop();
     EXPECT_EQ(read(*found), "Ca 20a com.a Ea 1 btle");
     EXPECT_EQ(read(*required->at(0)), "Ca 10a com.a Ea 1 ip");
     EXPECT_EQ(read(*list->at(0)), "Ca 10a com.a Ea 1 ip");
@@ -182,18 +177,13 @@ TEST_F(SymbolTableTest, aHeldListDoesNotChange) {
 }
 
 TEST_F(SymbolTableTest, everyTLV8IsVisibleToTheNext) {
-  const auto tlv8s = [](int count) {
-    std::string text;
-    for (int i = 0; i < count; ++i) {
-      text += "<tlv8 name='T" + std::to_string(i) + "'><fields>" +
-              (i == 0 ? ""
-                      : "<field type='0x01' name='f' format='tlv8' tlv8='T" +
-                            std::to_string(i - 1) + "'/>") +
-              "</fields></tlv8>";
-    }
-    return profileText("", text, "", "");
-  };
-  EXPECT_EQ(load({tlv8s(30000)}), "loaded");
+  std::string text = "<tlv8 name='T0'><fields/></tlv8>";
+  for (int i = 1; i < 30000; ++i) {
+    text += "<tlv8 name='T" + std::to_string(i) +
+            "'><fields><field type='0x01' name='f' format='tlv8' tlv8='T" + std::to_string(i - 1) +
+            "'/></fields></tlv8>";
+  }
+  EXPECT_EQ(load({profileText("", text, "", "")}), "loaded");
   const auto last = table.tlv8WithName("T29999");
   EXPECT_EQ(last->fields()->at(0)->tlv8Definition(), table.tlv8WithName("T29998"));
 }
