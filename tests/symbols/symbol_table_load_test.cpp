@@ -1,5 +1,6 @@
 // What is in the table after loads, good and bad ones, and how long it lives.
 
+#include <algorithm>
 #include <functional>
 
 #include "tests/symbols/symbol_table_fixture.h"
@@ -28,23 +29,22 @@ class SymbolTableTest : public test::SymbolTableFixture {
 };
 
 // A whole profile whose names and UUIDs carry the letter.
-std::string profile(const std::string& x, const std::string& lastService = "") {
-  return profileText("<enum name='E" + x +
-                         "' format='uint8'><values><value value='1' symbol='on'/></values></enum>",
-                     "<tlv8 name='T" + x +
-                         "'><fields><field type='0x01' name='f' format='uint8'/></fields></tlv8>",
-                     "<characteristic name='C" + x + "'><type uti='Com." + x + "' uuid='10" + x +
-                         "'/><format name='uint8' enum='E" + x +
-                         "' maximumLength='3'/>"
-                         "<properties><property name='pr'/></properties><ip/><btle><type uuid='20" +
-                         x + "'/></btle></characteristic>",
-                     "<service name='S" + x + "'><type uuid='30" + x +
-                         "'/><ip><required><characteristic ref='COM." + x +
-                         "'/></required></ip></service>" + lastService);
+std::string profile(char letter, const std::string& lastService = "") {
+  std::string text = profileText(
+      "<enum name='E#' format='uint8'><values><value value='1' symbol='on'/></values></enum>",
+      "<tlv8 name='T#'><fields><field type='0x01' name='f' format='uint8'/></fields></tlv8>",
+      "<characteristic name='C#'><type uti='Com.#' uuid='10#'/>"
+      "<format name='uint8' enum='E#' maximumLength='3'/><properties><property name='pr'/>"
+      "</properties><ip/><btle><type uuid='20#'/></btle></characteristic>",
+      "<service name='S#'><type uuid='30#'/><ip><required><characteristic ref='COM.#'/></required>"
+      "</ip></service>" +
+          lastService);
+  std::replace(text.begin(), text.end(), '#', letter);
+  return text;
 }
 
 TEST_F(SymbolTableTest, contentsAfterALoad) {
-  EXPECT_EQ(load({profile("a")}), "loaded");
+  EXPECT_EQ(load({profile('a')}), "loaded");
   EXPECT_EQ(contents(), "Ea | Ta | Ca | Ca Ca | Sa ");
   EXPECT_EQ(table.document()->name(), "p0.xml");
   EXPECT_EQ(load({profileText("", "", "", "")}), "loaded");
@@ -52,13 +52,13 @@ TEST_F(SymbolTableTest, contentsAfterALoad) {
 }
 
 TEST_F(SymbolTableTest, onlyTheInstancesOfTheLastDocumentStay) {
-  EXPECT_EQ(load({profile("a"), profile("b")}), "loaded");
+  EXPECT_EQ(load({profile('a'), profile('b')}), "loaded");
   EXPECT_EQ(contents(), "Ea Eb | Ta Tb | Ca Cb | Cb Cb | Sa Sb ");
   EXPECT_EQ(table.document()->name(), "p1.xml");
 }
 
 TEST_F(SymbolTableTest, aResetLeavesTheInstances) {
-  EXPECT_EQ(load({profile("a")}), "loaded");
+  EXPECT_EQ(load({profile('a')}), "loaded");
   EXPECT_EQ(load({}), "loaded");
   EXPECT_EQ(contents(), "null| null| null| Ca Ca | null");
   EXPECT_EQ(table.document(), nullptr);
@@ -67,7 +67,7 @@ TEST_F(SymbolTableTest, aResetLeavesTheInstances) {
 TEST_F(SymbolTableTest, aFailedLoadKeepsWhatWasComplete) {
   const std::string badService = "<service name='X'><required/><required/></service>";
   const std::string text = "There must be exactly 1 required element in a service";
-  EXPECT_EQ(load({profile("a"), profile("b", badService), profile("c")}), text);
+  EXPECT_EQ(load({profile('a'), profile('b', badService), profile('c')}), text);
   EXPECT_EQ(contents(), "Ea Eb | Ta Tb | Ca Cb | Cb Cb | Sa ");
   EXPECT_EQ(table.document()->name(), "p1.xml");
   EXPECT_EQ(table.parentServiceWithRef("Sb"), nullptr);
@@ -141,12 +141,12 @@ TEST_F(SymbolTableTest, handlesOutliveTheTablesContents) {
   };
   const std::function<void()> drops[] = {
       [&] { table._reset(); },
-      [&] { load({profile("z")}); },
+      [&] { load({profile('z')}); },
       [&] { load({profileText("<enum/>", "", "", "")}); },
       [&] { clear(); },
   };
   for (const auto& drop : drops) {
-    EXPECT_EQ(load({profile("a")}), "loaded");
+    EXPECT_EQ(load({profile('a')}), "loaded");
     const auto found = table.characteristicWithRef("20a", QVTransport::btle);
     const auto required = table.serviceWithRef("30a", QVTransport::ip)->required();
     const auto service = table.parentServiceWithRef("sa")->ip();
@@ -160,7 +160,7 @@ TEST_F(SymbolTableTest, handlesOutliveTheTablesContents) {
     EXPECT_EQ(service->uuid(), "30a");
   }
   // After a reset the table's own list is such a holder.
-  EXPECT_EQ(load({profile("a")}), "loaded");
+  EXPECT_EQ(load({profile('a')}), "loaded");
   table._reset();
   EXPECT_EQ(read(*table.characteristicWithRef("10A", QVTransport::ip)), "Ca 10a com.a Ea 1 ip");
 }
