@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <functional>
 #include <random>
 
 #include "qvparsersupport/common/utf8.h"
@@ -102,25 +103,18 @@ struct Generator {
     if (list->empty()) return;
     const auto& chosen = list->at(below(list->size()));
     if (chosen == nullptr) return;
-    switch (below(8)) {
-      case 0:
-        return chosen->setName(text());
-      case 1:
-        return chosen->setUti(text());
-      case 2:
-        return chosen->setUuid(text());
-      case 3:
-        return chosen->setTransport(QVTransport{static_cast<std::int64_t>(below(5))});
-      case 4:
-        return chosen->setIp(family<Definition>());
-      case 5:
-        return chosen->setBtle(nullptr);
-      case 6:
-        return chosen->setParent(chance(50) ? list->front() : nullptr);
-      default:
-        const auto relative = chance(50) ? chosen->ip() : chosen->parent();
-        if (relative != nullptr) fill(*relative);
-    }
+    const auto relative = chance(50) ? chosen->ip() : chosen->parent();
+    const std::function<void()> writes[] = {
+        [&] { chosen->setName(text()); },
+        [&] { chosen->setUti(text()); },
+        [&] { chosen->setUuid(text()); },
+        [&] { chosen->setTransport(QVTransport{static_cast<std::int64_t>(below(5))}); },
+        [&] { chosen->setIp(family<Definition>()); },
+        [&] { chosen->setBtle(nullptr); },
+        [&] { chosen->setParent(chance(50) ? list->front() : nullptr); },
+        [&] { fill(relative != nullptr ? *relative : *chosen); },
+    };
+    writes[below(std::size(writes))]();
   }
 };
 
@@ -164,20 +158,14 @@ TEST_F(LookupTest, answersAreThoseOfAPlainScan) {
     table.setTlv8s(generate.named<QVTLV8XMLObject>());
     const std::string name = "seed " + std::to_string(seed);
     expectPlainAnswers(name);
-    switch (seed / 2 % 4) {
-      case 0:
-        generate.changeOne(table.characteristics());
-        break;
-      case 1:
-        generate.changeOne(table.transportCharacteristics());
-        break;
-      case 2:
-        generate.changeOne(table.services());
-        break;
-      default:
-        (generate.chance(50) ? table.enums()->back()->setName(generate.text())
-                             : table.tlv8s()->back()->setName(generate.text()));
-    }
+    const std::function<void()> writes[] = {
+        [&] { generate.changeOne(table.characteristics()); },
+        [&] { generate.changeOne(table.transportCharacteristics()); },
+        [&] { generate.changeOne(table.services()); },
+        [&] { table.enums()->back()->setName(generate.text()); },
+        [&] { table.tlv8s()->back()->setName(generate.text()); },
+    };
+    writes[seed / 2 % std::size(writes)]();
     expectPlainAnswers(name + " after a write");
     table.setCharacteristics(table.characteristics());
     table.setTransportCharacteristics(table.transportCharacteristics());
