@@ -1,51 +1,34 @@
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "qvparsersupport/common/version.h"
 #include "tests/qvcheck/temporary_folder.h"
+#include "tests/support/case_file.h"
+#include "tests/support/readable_bytes.h"
 
 namespace qv::test {
 namespace {
 
-const std::string kPairing = QV_SOURCE_DIR "/tests/captures/traffic/pairing.xml";
-
-TEST(CommandLine, wrongUsageIsExitTwoWithOneComplaint) {
-  struct Row {
+// The arguments are given as on the command line; TREE stands for the folder of the sources.
+TEST(CommandLine, answersWhatCannotBeRun) {
+  expectAnswers("command-line/complaints.txt", [](const Case& input) {
+    constexpr std::string_view kTree = QV_SOURCE_DIR;
     std::vector<std::string> arguments;
-    std::string complaint;
-  } const rows[] = {
-      {{}, "A subcommand is required"},
-      {{"frobnicate"}, "A subcommand is required"},
-      {{"traffic", "--request", "a", "--response", "b"}, "--profile is required"},
-      {{"traffic", "--profile", "p", "--request", "a"}, "--response is required"},
-      {{"profile"}, "A subcommand is required"},
-      {{"profile", "check"}, "FILE is required"},
-      {{"profile", "check", "p", "--output", "html"},
-       "--output: 'html' is not a form; there are text and ndjson"},
-      {{"profile", "check", "p", "--output", "text="}, "--output: no file name after 'text='"},
-      {{"profile", "check", "p", "--output", "text", "--output", "ndjson"},
-       "--output: two reports would go to standard output"},
-      {{"profile", "check", "p", "--output", "ndjson", "--quiet"},
-       "--quiet has no effect without --output text"},
-      {{"profile", "check", "p", "--output", "ndjson", "--color", "never"},
-       "--color has no effect without --output text"},
-      {{"profile", "check", "p", "--quiet", "--color", "always"},
-       "--color has no effect with --quiet"},
-      {{"profile", "check", "p", "--fail-on", "fatal"},
-       "--fail-on: fatal not in {error,warning,note,never}"},
-      {{"traffic", "--max-message-size", "0"},
-       "--max-message-size: '0' is not a number of bytes above 0"},
-      {{"profile", "check", "p\x1B", "--output", "ndjson=p\x1B"},
-       "--output: the report would overwrite p\\x1b"},
-      {{"traffic", "--profile", "p", "--request", kPairing, "--response", "s", "--output",
-        "text=" + std::string(QV_SOURCE_DIR) + "/tests/captures/../captures/traffic/pairing.xml"},
-       "--output: the report would overwrite " + kPairing},
-  };
-  for (const Row& row : rows) {
-    const Outcome outcome = runTool(row.arguments);
-    EXPECT_EQ(outcome.exit, 2);
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "qvcheck: " + row.complaint + "\nTry 'qvcheck --help'.\n");
-  }
+    std::istringstream words(input[0]);
+    for (std::string word; words >> word;) {
+      const std::size_t tree = word.find("TREE");
+      if (tree != std::string::npos) word.replace(tree, 4, kTree);
+      arguments.emplace_back(textOf(readableBytes(word)));
+    }
+    arguments.erase(arguments.begin());
+    const Outcome outcome = runTool(arguments);
+    EXPECT_EQ(outcome.out.empty(), outcome.exit != 3) << input[0];
+    std::string complaint = outcome.err;
+    const std::size_t tree = complaint.find(kTree);
+    if (tree != std::string::npos) complaint.replace(tree, kTree.size(), "TREE");
+    return std::to_string(outcome.exit) + "\n" + complaint;
+  });
 }
 
 TEST(CommandLine, helpAndVersion) {
@@ -60,37 +43,6 @@ TEST(CommandLine, helpAndVersion) {
   EXPECT_EQ(version.exit, 0);
   EXPECT_TRUE(version.out.starts_with("qvcheck "));
   EXPECT_TRUE(version.out.ends_with(QVParserSupportVersionString));
-}
-
-TEST(CommandLine, unreadableFilesAreExitThree) {
-  const struct {
-    std::vector<std::string> arguments;
-    const char* complaints;
-  } rows[] = {
-      {{"profile", "check", "/none\x1B.xml"},
-       "qvcheck: /none\\x1b.xml: No such file or directory\n"},
-      {{"traffic", "--profile", kPairing, "--request", "/none", "--response", "/no"},
-       "qvcheck: /none: No such file or directory\nqvcheck: /no: No such file or directory\n"},
-      {{"traffic", "--profile", kPairing, "--request", kPairing, "--response", "/"},
-       "qvcheck: /: Is a directory\n"},
-      {{"traffic", "--profile", "/", "--request", kPairing, "--response", kPairing},
-       "qvcheck: /: Is a directory\n"},
-  };
-  for (const auto& row : rows) {
-    const Outcome outcome = runTool(row.arguments);
-    EXPECT_EQ(outcome.exit, 3);
-    EXPECT_EQ(outcome.err, row.complaints);
-  }
-}
-
-TEST(CommandLine, saysWhenTheReportCannotBeWritten) {
-  const Outcome unopened =
-      runTool({"profile", "check", kPairing, "--output", "text=/nonexistent/x"});
-  EXPECT_EQ(unopened.exit, 2);
-  EXPECT_EQ(unopened.err, "qvcheck: cannot write /nonexistent/x\n");
-  const Outcome full = runTool({"profile", "check", kPairing, "--output", "text=/dev/full"});
-  EXPECT_EQ(full.exit, 70);
-  EXPECT_EQ(full.err, "qvcheck: the report could not be written whole\n");
 }
 
 TEST(CommandLine, colorOnlyWhereItIsWanted) {

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "tools/qvcheck/escape.h"
+
 namespace qv::check {
 namespace {
 
@@ -37,6 +39,12 @@ TEST(Excerpt, bodiesAreRowsOfBytes) {
               ElementsAre("40 | \"aid\":1}", "     ^^^^^"));
   EXPECT_EQ(renderedLines(bodyExcerpt(Bytes(1000, 1), {0, 1000}, 0)).back(),
             "... and 952 more bytes");
+}
+
+TEST(Excerpt, cutsLongCapturedTextAndCountsColumns) {
+  EXPECT_EQ(escapedShort(std::string(199, 'a') + "\n"), std::string(199, 'a') + "\\x0a");
+  EXPECT_EQ(escapedShort(std::string(201, '\n')), escaped(std::string(200, '\n')) + "... (1 more)");
+  EXPECT_EQ(escapedWidth("\xC3\xA9\n"), 5U);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "capture/stream_items.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "tests/qvcheck/temporary_folder.h"
+#include "tests/support/expectations.h"
 #include "tests/support/xml_fragment.h"
 #include "tools/qvcheck/message_checker.h"
 
@@ -23,7 +24,7 @@ struct Streams {
 };
 
 Bytes recorded(const std::string& name) {
-  const std::string text = readText(QV_SOURCE_DIR "/examples/captures/" + name);
+  const std::string text = contentOf(QV_SOURCE_DIR "/examples/captures/" + name);
   return {text.begin(), text.end()};
 }
 
@@ -48,7 +49,7 @@ class Robustness : public testing::Test {
  protected:
   void SetUp() override {
     const std::vector documents = {
-        documentFrom(readText(QV_SOURCE_DIR "/examples/profiles/lamp.xml"))};
+        documentFrom(contentOf(QV_SOURCE_DIR "/examples/profiles/lamp.xml"))};
     ASSERT_TRUE(QVSymbolTable::sharedSymbolTable().loadDocuments(documents));
   }
 };

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "tools/qvcheck/qvcheck.h"
@@ -29,9 +28,12 @@ std::string TemporaryFolder::write(const std::string& name, ByteView bytes) cons
   return path(name);
 }
 
-std::string readText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+std::string TemporaryFolder::takenOutOf(std::string text) const {
+  const std::string folder = path("");
+  for (std::size_t at = 0; (at = text.find(folder, at)) != std::string::npos;) {
+    text.erase(at, folder.size());
+  }
+  return text;
 }
 
 Outcome runTool(const std::vector<std::string>& arguments, bool outIsTerminal) {

@@ -20,12 +20,12 @@ class TemporaryFolder {
   // Writes a file and answers its path.
   std::string write(const std::string& name, ByteView bytes) const;
   std::string path(const std::string& name) const { return (path_ / name).string(); }
+  // The text without the path of the folder.
+  std::string takenOutOf(std::string text) const;
 
  private:
   std::filesystem::path path_;
 };
-
-std::string readText(const std::string& path);
 
 struct Outcome {
   int exit;

@@ -5,14 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 
 #include "tests/qvcheck/temporary_folder.h"
+#include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
 namespace qv::test {
@@ -20,7 +20,7 @@ namespace {
 
 const std::string kCases = QV_SOURCE_DIR "/tests/captures/traffic";
 
-struct Case {
+struct Folder {
   const char* name;
   int exit;
 } const kAllCases[] = {
@@ -28,23 +28,7 @@ struct Case {
     {"damaged", 3}, {"stray-bytes", 3},  {"nothing", 5},        {"framing", 1},
 };
 
-// The report with the temporary paths taken out.
-std::string withoutFolder(std::string text, const std::string& folder) {
-  for (std::size_t at = text.find(folder); at != std::string::npos; at = text.find(folder)) {
-    text.erase(at, folder.size());
-  }
-  return text;
-}
-
-void compare(const std::string& actual, const std::string& expectedFile) {
-  if (std::getenv("QV_RENEW_EXPECTATIONS") != nullptr) {
-    std::ofstream(expectedFile, std::ios::binary) << actual;
-    return;
-  }
-  EXPECT_EQ(actual, readText(expectedFile)) << expectedFile;
-}
-
-class Traffic : public testing::TestWithParam<Case> {};
+class Traffic : public testing::TestWithParam<Folder> {};
 
 TEST_P(Traffic, reportsAsExpected) {
   const std::string source = kCases + "/" + GetParam().name;
@@ -52,11 +36,11 @@ TEST_P(Traffic, reportsAsExpected) {
   std::vector<std::string> arguments = {
       "traffic",
       "--profile",
-      folder.write("pairing.xml", bytesOf(readText(kCases + "/pairing.xml"))),
+      folder.write("pairing.xml", bytesOf(contentOf(kCases + "/pairing.xml"))),
       "--request",
-      folder.write("request", readableBytes(readText(source + "/request"))),
+      folder.write("request", readableBytes(contentOf(source + "/request"))),
       "--response",
-      folder.write("response", readableBytes(readText(source + "/response"))),
+      folder.write("response", readableBytes(contentOf(source + "/response"))),
       "--output",
       "text",
       "--output",
@@ -65,16 +49,16 @@ TEST_P(Traffic, reportsAsExpected) {
   const Outcome outcome = runTool(arguments);
   EXPECT_EQ(outcome.exit, GetParam().exit);
   EXPECT_EQ(outcome.err, "");
-  compare(withoutFolder(outcome.out, folder.path("")), source + "/expected.txt");
-  compare(withoutFolder(readText(folder.path("run.ndjson")), folder.path("")),
-          source + "/expected.ndjson");
+  expectContent(source + "/expected.txt", folder.takenOutOf(outcome.out));
+  expectContent(source + "/expected.ndjson",
+                folder.takenOutOf(contentOf(folder.path("run.ndjson"))));
 }
 
 // Both forms and the exit code say the same.
 TEST_P(Traffic, formsAgree) {
   const std::string source = kCases + "/" + GetParam().name;
-  std::istringstream lines(readText(source + "/expected.ndjson"));
-  const std::string text = readText(source + "/expected.txt");
+  std::istringstream lines(contentOf(source + "/expected.ndjson"));
+  const std::string text = contentOf(source + "/expected.txt");
   std::map<std::string, std::size_t> counts;
   std::string line;
   nlohmann::json last;
@@ -94,7 +78,7 @@ TEST_P(Traffic, formsAgree) {
   EXPECT_EQ(text.find('\x1B'), std::string::npos);
 }
 
-std::string testName(const testing::TestParamInfo<Case>& row) {
+std::string testName(const testing::TestParamInfo<Folder>& row) {
   std::string name = row.param.name;
   std::replace(name.begin(), name.end(), '-', '_');
   return name;
@@ -104,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, Traffic, testing::ValuesIn(kAllCases), testName)
 
 TEST(TrafficCases, everyFolderIsListed) {
   std::set<std::string> listed;
-  for (const Case& row : kAllCases) listed.insert(row.name);
+  for (const Folder& row : kAllCases) listed.insert(row.name);
   std::set<std::string> folders;
   for (const auto& entry : std::filesystem::directory_iterator(kCases)) {
     if (entry.is_directory()) folders.insert(entry.path().filename().string());
