@@ -4,6 +4,8 @@
 #include <string>
 
 #include "qvparsersupport/ipmessages/ip_message.h"
+#include "tests/support/case_file.h"
+#include "tests/support/readable_bytes.h"
 
 namespace qv::test {
 
@@ -28,6 +30,12 @@ inline std::string faultsOf(const QVIPMessage& message) {
 inline std::shared_ptr<QVIPMessage> requestFrom(const std::string& firstTwoItems) {
   return QVIPMessage::requestMessageForHeader(bytesOf(firstTwoItems + " HTTP/1.1\r\n"),
                                               std::nullopt);
+}
+
+// The body that a case may give below its header; `""` is an empty one.
+inline std::optional<Bytes> bodyOf(const Case& input, std::size_t line) {
+  if (input.size() <= line) return std::nullopt;
+  return input[line] == "\"\"" ? Bytes() : readableBytes(input[line]);
 }
 
 }  // namespace qv::test
