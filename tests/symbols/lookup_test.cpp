@@ -177,6 +177,31 @@ TEST_F(LookupTest, answersAreThoseOfAPlainScan) {
   }
 }
 
+// A handle out of the table's list keeps its family; stored as it comes, it would do so for good.
+TEST_F(LookupTest, handlesOutOfTheListPutBackIntoTheirFamilies) {
+  ASSERT_EQ(load({test::profileText("", "",
+                                    "<characteristic name='On'><format name='bool'/>"
+                                    "<ip><type uuid='25'/></ip><btle><type uuid='26'/></btle>"
+                                    "</characteristic>",
+                                    "")}),
+            "loaded");
+  std::vector<std::weak_ptr<Characteristic>> released = {table.characteristics()->at(0)};
+  for (const auto& each : *table.transportCharacteristics()) {
+    released.push_back(each->weak_from_this());
+    const auto parent = each->parent();
+    each->transport() == QVTransport::ip ? parent->setIp(each) : parent->setBtle(each);
+  }
+  ASSERT_EQ(released.size(), 3U);
+  const std::vector<std::string> refs = {"on", "25", "26"};
+  expectPlainAnswers("put back", refs);
+  table.setTransportCharacteristics(table.transportCharacteristics());
+  expectPlainAnswers("set again", refs);
+  EXPECT_EQ(table.characteristicWithRef("26", QVTransport::btle),
+            table.characteristics()->at(0)->btle());
+  clear();
+  for (const auto& each : released) EXPECT_TRUE(each.expired());
+}
+
 TEST_F(LookupTest, aListThatItsMakerChangesLater) {
   const auto list =
       std::make_shared<Definitions<QVEnumXMLObject>>(1, std::make_shared<QVEnumXMLObject>());
