@@ -1,11 +1,11 @@
 #include "capture/byte_source.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <array>
-#include <cstdlib>
 #include <string>
+
+#include "tests/support/temporary_folder.h"
 
 namespace qv::capture::test {
 namespace {
@@ -20,21 +20,14 @@ std::string readAll(ByteSource& source) {
 }
 
 TEST(FileSource, ReadsAFileInPieces) {
-  std::string path = testing::TempDir() + "qv_byte_source_XXXXXX";
-  const int descriptor = mkstemp(path.data());
-  ASSERT_GE(descriptor, 0);
-  const std::string_view content = "HTTP/1.1 200 OK";
-  ASSERT_EQ(write(descriptor, content.data(), content.size()),
-            static_cast<ssize_t>(content.size()));
-  close(descriptor);
-
+  const qv::test::TemporaryFolder folder;
+  const std::string content = "HTTP/1.1 200 OK";
   std::optional<std::string> error;
-  const auto source = FileSource::open(path, &error);
+  const auto source = FileSource::open(folder.write("file", bytesOf(content)), &error);
   ASSERT_NE(source, nullptr);
   EXPECT_EQ(readAll(*source), content);
   EXPECT_EQ(source->error(), std::nullopt);
   EXPECT_EQ(error, std::nullopt);
-  unlink(path.c_str());
 }
 
 TEST(FileSource, AnswersFailuresAsTexts) {

@@ -3,9 +3,10 @@
 #include <sstream>
 
 #include "qvparsersupport/common/version.h"
-#include "tests/qvcheck/temporary_folder.h"
+#include "tests/qvcheck/run_tool.h"
 #include "tests/support/case_file.h"
 #include "tests/support/readable_bytes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace qv::test {
 namespace {
@@ -13,21 +14,15 @@ namespace {
 // The arguments are given as on the command line; TREE stands for the folder of the sources.
 TEST(CommandLine, answersWhatCannotBeRun) {
   expectAnswers("command-line/complaints.txt", [](const Case& input) {
-    constexpr std::string_view kTree = QV_SOURCE_DIR;
     std::vector<std::string> arguments;
     std::istringstream words(input[0]);
     for (std::string word; words >> word;) {
-      const std::size_t tree = word.find("TREE");
-      if (tree != std::string::npos) word.replace(tree, 4, kTree);
-      arguments.emplace_back(textOf(readableBytes(word)));
+      arguments.emplace_back(textOf(readableBytes(replaced(word, "TREE", QV_SOURCE_DIR))));
     }
     arguments.erase(arguments.begin());
     const Outcome outcome = runTool(arguments);
     EXPECT_EQ(outcome.out.empty(), outcome.exit != 3) << input[0];
-    std::string complaint = outcome.err;
-    const std::size_t tree = complaint.find(kTree);
-    if (tree != std::string::npos) complaint.replace(tree, kTree.size(), "TREE");
-    return std::to_string(outcome.exit) + "\n" + complaint;
+    return std::to_string(outcome.exit) + "\n" + replaced(outcome.err, QV_SOURCE_DIR, "TREE");
   });
 }
 

@@ -7,7 +7,6 @@
 
 #include "capture/stream_items.h"
 #include "qvparsersupport/symbols/symbol_table.h"
-#include "tests/qvcheck/temporary_folder.h"
 #include "tests/support/expectations.h"
 #include "tests/support/xml_fragment.h"
 #include "tools/qvcheck/message_checker.h"
