@@ -3,7 +3,7 @@
 #include <fmt/ranges.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/case_file.h"
+#include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
 namespace qv {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "qvparsersupport/common/dictionary_lookup.h"
-#include "tests/support/case_file.h"
+#include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
 namespace qv {

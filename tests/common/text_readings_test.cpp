@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "tests/support/case_file.h"
+#include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
 namespace qv {

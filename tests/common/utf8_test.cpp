@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "qvparsersupport/common/escape.h"
-#include "tests/support/case_file.h"
+#include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
 namespace qv {

@@ -10,7 +10,7 @@
 #include "qvparsersupport/definitions/service_xml_object.h"
 #include "qvparsersupport/definitions/tlv8_xml_object.h"
 #include "qvparsersupport/symbols/symbol_table.h"
-#include "tests/support/load_rules.h"
+#include "tests/support/expectations.h"
 #include "tests/support/xml_fragment.h"
 
 namespace qv {
@@ -42,34 +42,33 @@ const std::map<std::string, decltype(&build<QVXMLObject>)> kClasses = {
     {"service", build<QVServiceXMLObject>},
 };
 
-class DefinitionRulesTest : public ::testing::TestWithParam<test::LoadRules> {};
-
-TEST_P(DefinitionRulesTest, refuse) {
+// A heading names the class that is built in the cases below it, and what they are about.
+TEST(DefinitionRulesTest, refuse) {
   auto& table = QVSymbolTable::sharedSymbolTable();
   table.setEnums(listOf<QVEnumXMLObject>("<enum name='Small' format='uint8'><values/></enum>"));
   table.setTlv8s(listOf<QVTLV8XMLObject>("<tlv8 name='T'><fields/></tlv8>"));
   table.setCharacteristics(
       listOf<QVCharacteristicXMLObject>("<characteristic name='On'><ip/></characteristic>",
                                         "<characteristic name='Off'><btle/></characteristic>"));
-  for (const auto& row : GetParam().rows) {
-    const auto element = elementFrom(row.xml);
-    std::string reason = "accepted";
+  std::string subject;
+  test::expectAnswers("rules/definitions.txt", [&](const test::Case& input) -> std::string {
+    if (input[0].starts_with("== ")) {
+      subject = input[0].substr(3, input[0].rfind(' ') - 3);
+      return "";
+    }
+    const auto element = elementFrom(input.at(0));
     try {
-      EXPECT_EQ(kClasses.at(GetParam().subject)(element)->element(), element);
+      EXPECT_EQ(kClasses.at(subject)(element)->element(), element);
     } catch (const QVLoadAssertion& assertion) {
-      reason = assertion.reason();
       EXPECT_STREQ(assertion.name(), "com.corvid.BRLoadAssert");
       EXPECT_EQ(assertion.userInfo(), Value::dictionary({}));
-      EXPECT_NE(assertion.element(), nullptr) << row.xml;
+      EXPECT_NE(assertion.element(), nullptr) << input[0];
+      return assertion.reason();
     }
-    EXPECT_EQ(reason, row.expected) << row.xml;
-  }
+    return "accepted";
+  });
   table._reset();
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, DefinitionRulesTest,
-                         ::testing::ValuesIn(test::loadRulesIn("definitions/load_rules.txt")),
-                         [](const auto& test) { return test.param.name; });
 
 TEST(XMLObjectTest, hostMistakesAreRefusedTheSameWay) {
   const auto root = elementFrom("<value>text</value>");

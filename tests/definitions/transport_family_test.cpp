@@ -8,7 +8,7 @@
 
 #include "qvparsersupport/definitions/characteristic_xml_object.h"
 #include "qvparsersupport/definitions/service_xml_object.h"
-#include "tests/support/load_rules.h"
+#include "tests/support/expectations.h"
 #include "tests/support/xml_fragment.h"
 
 namespace qv {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "qvparsersupport/common/escape.h"
-#include "tests/support/case_file.h"
+#include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
 namespace qv {

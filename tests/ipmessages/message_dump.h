@@ -4,7 +4,7 @@
 #include <string>
 
 #include "qvparsersupport/ipmessages/ip_message.h"
-#include "tests/support/case_file.h"
+#include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
 namespace qv::test {

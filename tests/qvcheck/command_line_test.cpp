@@ -4,7 +4,7 @@
 
 #include "qvparsersupport/common/version.h"
 #include "tests/qvcheck/run_tool.h"
-#include "tests/support/case_file.h"
+#include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 #include "tests/support/temporary_folder.h"
 

@@ -1,7 +1,6 @@
 // What a load refuses, and what it tells about it.
 
-#include "tests/support/load_rules.h"
-
+#include "tests/support/expectations.h"
 #include "tests/symbols/symbol_table_fixture.h"
 
 namespace qv {
@@ -22,26 +21,24 @@ std::string profileWith(const std::string& section, const std::string& xml) {
                          in("services"));
 }
 
-class LoadRulesTest : public test::SymbolTableFixture,
-                      public ::testing::WithParamInterface<test::LoadRules> {};
-
-TEST_P(LoadRulesTest, refuse) {
-  for (const auto& row : GetParam().rows) {
-    std::string result = load({profileWith(GetParam().subject, row.xml)});
-    if (const auto& fault = table.lastLoadFault()) {
-      ASSERT_NE(fault->element, nullptr) << row.xml;
-      result += "\nat ";
-      result += fault->element->attribute("name").value_or(fault->element->name());
-    }
-    EXPECT_EQ(result, row.expected) << row.xml;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, LoadRulesTest,
-                         ::testing::ValuesIn(test::loadRulesIn("symbols/load_rules.txt")),
-                         [](const auto& test) { return test.param.name; });
-
 class FailedLoadTest : public test::SymbolTableFixture {};
+
+// A heading names the section that the cases below it stand in, and what they are about.
+TEST_F(FailedLoadTest, answersTheReasonAndTheElement) {
+  std::string section;
+  test::expectAnswers("rules/loads.txt", [&](const test::Case& input) -> std::string {
+    if (input[0].starts_with("== ")) {
+      section = input[0].substr(3, input[0].rfind(' ') - 3);
+      return "";
+    }
+    const std::string result = load({profileWith(section, input[0])});
+    const auto& fault = table.lastLoadFault();
+    if (!fault) return result;
+    if (fault->element == nullptr) return result + "\nat no element";
+    return result + "\nat " +
+           std::string(fault->element->attribute("name").value_or(fault->element->name()));
+  });
+}
 
 TEST_F(FailedLoadTest, logsReasonAndOrigin) {
   EXPECT_EQ(load({profileText("\n<enum name='E' format='nothing'/>", "", "", "")}),

@@ -5,9 +5,10 @@
 
 #include <functional>
 #include <random>
+#include <sstream>
 
 #include "qvparsersupport/common/utf8.h"
-#include "tests/support/load_rules.h"
+#include "tests/support/expectations.h"
 #include "tests/symbols/symbol_table_fixture.h"
 
 namespace qv {
@@ -270,30 +271,18 @@ TEST_F(LookupTest, misses) {
     if (list == "instance") return table.characteristicWithRef(ref, QVTransport{transport});
     return table.serviceWithRef(ref, QVTransport{transport});
   };
-  const struct {
-    const char *list, *ref;
-    std::int64_t transport;
-    const char* during;  // a load; outside one every row answers null
-  } rows[] = {
-      {"enum", "e", 0, "Failed to find enum with name e"},
-      {"tlv8", "t", 0, "Failed to find tlv8 with name t (Must be defined before usage as sub-tlv)"},
-      {"parent", "OFF", 0, "Failed to find parent characteristic with ref off"},
-      {"parent", "Bare", 0, "Failed to find parent characteristic with ref bare"},
-      {"instance", "ON", 2, "Failed to find characteristic with ref on"},
-      {"instance", "On", 0, "Failed to find characteristic with ref on"},
-      {"service", "\xC3\x89", 4, "Failed to find service with ref \xC3\xA9"},
-      {"service", "IP only", 2, "Service must have BLE definition during load"},
-      {"service", "ble ONLY", 1, "Service must have IP definition during load"},
-      {"service", "IP only", 4, "accepted"},
-      {"service", "BLE only", -1, "accepted"},
-  };
-  for (const auto& row : rows) {
-    const auto find = [&] { EXPECT_EQ(lookup(row.list, row.ref, row.transport), nullptr); };
+  test::expectAnswers("rules/misses.txt", [&](const test::Case& input) {
+    std::istringstream line(input[0]);
+    std::string list, ref;
+    std::int64_t transport = 0;
+    std::getline(line >> list >> transport >> std::ws, ref);
+    const auto find = [&] { EXPECT_EQ(lookup(list, ref, transport), nullptr) << input[0]; };
     find();
     table.setLoadInProgress(true);
-    EXPECT_EQ(test::refusalOf(find), row.during);
+    const std::string during = test::refusalOf(find);
     table.setLoadInProgress(false);
-  }
+    return during;
+  });
   const auto on = table.characteristics()->at(0);
   EXPECT_EQ(table.parentCharacteristicWithRef("ON"), on);
   EXPECT_EQ(table.characteristicWithRef("25", QVTransport::ip), on->ip());
