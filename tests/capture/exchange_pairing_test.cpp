@@ -6,6 +6,8 @@
 
 #include "capture/byte_source.h"
 #include "capture/stream_items.h"
+#include "tests/support/expectations.h"
+#include "tests/support/readable_bytes.h"
 
 namespace qv::capture::test {
 namespace {
@@ -41,86 +43,14 @@ std::string report(std::string_view requests, std::string_view responses) {
   return text;
 }
 
-const std::string kGetA = "GET /a HTTP/1.1\r\n\r\n";
-const std::string kGetB = "GET /b HTTP/1.1\r\n\r\n";
-const std::string kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
-const std::string kOK = "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}";
-const std::string kNoContent = "HTTP/1.1 204 No Content\r\n\r\n";
-const std::string kEvent = "EVENT/1.0 200 OK\r\nContent-Length: 2\r\n\r\n{}";
-
-struct Case {
-  const char* name;
-  std::string requests;
-  std::string responses;
-  std::string records;
-};
-
-const Case kCases[] = {
-    {"in order, informational responses first, events where they stand", kGetA + kGetB,
-     kContinue + kEvent + kOK + kEvent + kNoContent,
-     "GET /a HTTP/1.1 #0\n"
-     "HTTP/1.1 100 Continue -> #0\n"
-     "EVENT/1.0 200 OK\n"
-     "HTTP/1.1 200 OK -> #0\n"
-     "GET /b HTTP/1.1 #1\n"
-     "EVENT/1.0 200 OK\n"
-     "HTTP/1.1 204 No Content -> #1\n"},
-    {"a request without response", kGetA + kGetB, kOK,
-     "GET /a HTTP/1.1 #0\n"
-     "HTTP/1.1 200 OK -> #0\n"
-     "GET /b HTTP/1.1 #1\n"},
-    {"a response without request", kGetA, kOK + kNoContent,
-     "GET /a HTTP/1.1 #0\n"
-     "HTTP/1.1 200 OK -> #0\n"
-     "HTTP/1.1 204 No Content: the capture holds no request for it\n"},
-    {"no requests at all", "", kContinue + kEvent,
-     "HTTP/1.1 100 Continue: the capture holds no request for it\n"
-     "EVENT/1.0 200 OK\n"},
-    {"stray bytes without a line end hide no message", kGetA + "}}" + kGetB, kOK + "}}" + kOK,
-     "GET /a HTTP/1.1 #0\n"
-     "HTTP/1.1 200 OK -> #0\n"
-     "damage: 2 bytes that begin no message\n"
-     "GET /b HTTP/1.1 #1\n"
-     "damage: 2 bytes that begin no message\n"
-     "HTTP/1.1 200 OK -> #1\n"},
-    {"lost requests: what came before stays certain", kGetA + "?\r\n" + kGetB,
-     kOK + kEvent + kNoContent,
-     "GET /a HTTP/1.1 #0\n"
-     "HTTP/1.1 200 OK -> #0\n"
-     "damage: 3 bytes that begin no message\n"
-     "GET /b HTTP/1.1 #1\n"
-     "EVENT/1.0 200 OK\n"
-     "HTTP/1.1 204 No Content uncertain: skipped bytes may hide a request\n"},
-    {"lost responses", kGetA + kGetB, "?\r\n" + kOK + kNoContent,
-     "GET /a HTTP/1.1 #0\n"
-     "damage: 3 bytes that begin no message\n"
-     "HTTP/1.1 200 OK uncertain: skipped bytes may hide a response\n"
-     "GET /b HTTP/1.1 #1\n"
-     "HTTP/1.1 204 No Content uncertain: skipped bytes may hide a response\n"},
-    {"a request whose end is not known", "PUT /c HTTP/1.1\r\nContent-Length: x\r\n\r\n" + kGetB,
-     kOK + kNoContent,
-     "PUT /c HTTP/1.1 #0\n"
-     "HTTP/1.1 200 OK -> #0\n"
-     "GET /b HTTP/1.1 #1\n"
-     "HTTP/1.1 204 No Content uncertain: the end of an earlier request is not known\n"},
-    {"an event whose end is not known", kGetA,
-     "EVENT/1.0 200 OK\r\nContent-Length: x\r\n\r\n" + kOK,
-     "GET /a HTTP/1.1 #0\n"
-     "EVENT/1.0 200 OK\n"
-     "HTTP/1.1 200 OK uncertain: the end of an earlier response is not known\n"},
-    {"empty lines hide nothing, and a cut stream ends nothing but itself", kGetA + "\r\n",
-     kOK + "\r\nHT",
-     "GET /a HTTP/1.1 #0\n"
-     "HTTP/1.1 200 OK -> #0\n"
-     "damage: 2 bytes of empty lines after the last message\n"
-     "HT uncertain: the capture ends before its first word\n"},
-};
-
 TEST(ExchangePairing, YieldsTheRecords) {
-  for (const Case& row : kCases) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(report(row.requests, row.responses), row.records);
-  }
+  qv::test::expectAnswers("pairing.txt", [](const qv::test::Case& input) {
+    std::string streams[2];
+    for (const std::string& line : input) {
+      streams[line[0] == '<'] += textOf(qv::test::readableBytes(line.substr(2)));
+    }
+    return report(streams[0], streams[1]);
+  });
 }
 
 }  // namespace

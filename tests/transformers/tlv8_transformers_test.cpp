@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tests/support/expectations.h"
 #include "tests/transformers/definition_builders.h"
 #include "tests/transformers/transformer_dump.h"
 
@@ -138,31 +139,9 @@ TEST(QVTLV8TransformerTest, FirstFaultSaysWhatAndWhere) {
     return fmt::format("{} {} {} {} | {} | {}", fault->fieldIndex, fault->rule, place, fault->text,
                        fault->expected, fault->actual);
   };
-  const std::string rows =
-      "<> -> ok; <00 03 41 42 43 01 01 02 00 00 ef 02 aa bb ff 01 00> -> ok; "
-      "<01 01 01 ab 00 01 00> -> 1 tlv8.unknown-field 9 Unknown field type 0xab provided in TLV8. "
-      "| a field type of the structure | 0xab; "
-      "<cd 00> -> 0 tlv8.unknown-format 5 Unknown TLV8 field format for field 0xcd | a format that "
-      "a TLV8 field can have | format 9; "
-      "<00 00 00 03 41 00 42> -> 1 tlv8.field-value 1 Field 0x00 is invalid: Reverse transform of "
-      "data failed because string information contained null characters | UTF-8 text without null "
-      "characters | 3 bytes: 41 00 42; "
-      "<01 00> -> 0 tlv8.field-value 3 Field 0x01 is invalid: Invalid length 0 for uint8 | 1 byte "
-      "| 0 bytes; "
-      "<00 04 41 42 43 44> -> 0 tlv8.field-length 1 Field 0x00 is invalid: Encoded value is 4 "
-      "bytes, which is larger than the maximum of 3 bytes. | at most 3 bytes | 4 bytes; "
-      "<02 00> -> 0 tlv8.field-length 4 Field 0x02 is invalid: Encoded value is 0 bytes, which is "
-      "larger than the maximum of -1 bytes. | at most -1 bytes | 0 bytes; "
-      // The limit applies to the encoding of the decoded number, not to what came in.
-      "<05 02 05 00> -> ok; "
-      "<05 02 ff ff> -> 0 tlv8.field-length 7 Field 0x05 is invalid: Encoded value is 2 bytes, "
-      "which is larger than the maximum of 1 bytes. | at most 1 byte | 2 bytes; "
-      "<01 01 03> -> 0 tlv8.field-enum 3 Field 0x01 is invalid: Value does not conform to allowed "
-      "values | a value of the enum Mode | 3";
-  const auto parsed = [&](const auto& value) {
-    return answer(*QVTLV8Packet::initWithData(*value->asBytes()));
-  };
-  EXPECT_EQ(redone(rows, parsed), rows);
+  expectAnswers("codings/first-faults.txt", [&](const Case& input) {
+    return answer(*QVTLV8Packet::initWithData(*valueOf(input[0])->asBytes()));
+  });
   EXPECT_EQ(answer(*builderOf(6, Bytes(20))),
             "0 tlv8.field-value 8 Field 0x06 is invalid: Invalid number of bytes provided for "
             "float. | 4 bytes | 20 bytes: 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ...");

@@ -105,21 +105,4 @@ std::string redone(std::string_view rows, const Operation& operation) {
   return result;
 }
 
-struct CodingRows {
-  QVFormatType format;
-  std::string_view encodes;
-  std::string_view decodes;
-};
-
-template <std::size_t kCount>
-void expectCodings(QVTransport transport, const CodingRows (&formats)[kCount]) {
-  for (const auto& [format, encodes, decodes] : formats) {
-    const QVTransformer& transformer = registered(transport, format);
-    EXPECT_EQ(redone(encodes, [&](const auto& value) { return encoded(transformer, value); }),
-              encodes);
-    EXPECT_EQ(redone(decodes, [&](const auto& value) { return decoded(transformer, value); }),
-              decodes);
-  }
-}
-
 }  // namespace qv::test
