@@ -190,7 +190,8 @@ TEST_F(LookupTest, handlesOutOfTheListPutBackIntoTheirFamilies) {
   for (const auto& each : *table.transportCharacteristics()) {
     released.push_back(each->weak_from_this());
     const auto parent = each->parent();
-    each->transport() == QVTransport::ip ? parent->setIp(each) : parent->setBtle(each);
+    parent->setIp(each);
+    parent->setBtle(each);
   }
   ASSERT_EQ(released.size(), 3U);
   const std::vector<std::string> refs = {"on", "25", "26"};
