@@ -9,15 +9,11 @@ namespace qv::capture {
 std::shared_ptr<FileSource> FileSource::open(const std::string& path, ErrorSlot errorDescription) {
   std::FILE* file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) return fail(errorDescription, std::generic_category().message(errno));
-  return std::shared_ptr<FileSource>(new FileSource(file, true));
-}
-
-std::shared_ptr<FileSource> FileSource::standardInput() {
-  return std::shared_ptr<FileSource>(new FileSource(stdin, false));
+  return std::shared_ptr<FileSource>(new FileSource(file));
 }
 
 FileSource::~FileSource() {
-  if (owned_) std::fclose(file_);
+  std::fclose(file_);
 }
 
 std::size_t FileSource::read(std::span<std::uint8_t> destination) {

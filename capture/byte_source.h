@@ -31,7 +31,6 @@ class QV_EXPORT FileSource : public ByteSource {
   // Null, with a text, when the file cannot be opened. A directory opens and fails when it is read.
   static std::shared_ptr<FileSource> open(const std::string& path,
                                           ErrorSlot errorDescription = nullptr);
-  static std::shared_ptr<FileSource> standardInput();
 
   FileSource(const FileSource&) = delete;
   FileSource& operator=(const FileSource&) = delete;
@@ -40,9 +39,8 @@ class QV_EXPORT FileSource : public ByteSource {
   std::optional<std::string> error() const override { return error_; }
 
  private:
-  FileSource(std::FILE* file, bool owned) : file_(file), owned_(owned) {}
+  explicit FileSource(std::FILE* file) : file_(file) {}
   std::FILE* file_;
-  bool owned_;
   std::optional<std::string> error_;
 };
 

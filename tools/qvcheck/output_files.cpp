@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/ndjson_report.h"
 #include "tools/qvcheck/text_report.h"
 
@@ -58,6 +59,20 @@ bool OutputFiles::flush() {
   bool written = static_cast<bool>(out_.flush());
   for (const auto& file : files_) written = static_cast<bool>(file->flush()) && written;
   return written;
+}
+
+int writeReport(const ReportOptions& options, std::ostream& out, std::ostream& err,
+                bool outIsTerminal, bool judging, const std::function<int(Report&)>& run) {
+  OutputFiles outputs(options, out, outIsTerminal, judging);
+  if (outputs.error()) {
+    err << "qvcheck: " << escaped(*outputs.error()) << '\n';
+    return static_cast<int>(ExitCode::usage);
+  }
+  Report report(outputs.sinks(), options.failOn);
+  const int exit = run(report);
+  if (outputs.flush()) return exit;
+  err << "qvcheck: the report could not be written whole\n";
+  return static_cast<int>(ExitCode::toolFault);
 }
 
 }  // namespace qv::check

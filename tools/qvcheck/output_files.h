@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -33,5 +34,10 @@ class OutputFiles {
   std::ostream& out_;
   std::optional<std::string> error_;
 };
+
+// Opens the outputs, lets `run` report to them, and answers its exit code; what stands in the way
+// goes to `err` and decides the code instead.
+int writeReport(const ReportOptions& options, std::ostream& out, std::ostream& err,
+                bool outIsTerminal, bool judging, const std::function<int(Report&)>& run);
 
 }  // namespace qv::check

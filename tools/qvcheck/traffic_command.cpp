@@ -118,19 +118,12 @@ RunRecord runRecord(const TrafficOptions& options) {
 
 int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& err,
                bool outIsTerminal) {
-  OutputFiles outputs(options.report, out, outIsTerminal, true);
-  if (outputs.error()) {
-    err << "qvcheck: " << escaped(*outputs.error()) << '\n';
-    return static_cast<int>(ExitCode::usage);
-  }
-  const SignalWatch watch;
-  Report report(outputs.sinks(), options.report.failOn);
-  report.run(runRecord(options));
-  if (loadProfiles(options.profiles, report, err)) checkConnection(options, report, err);
-  const int exit = report.finish(true, endingSignal);
-  if (outputs.flush()) return exit;
-  err << "qvcheck: the report could not be written whole\n";
-  return static_cast<int>(ExitCode::toolFault);
+  return writeReport(options.report, out, err, outIsTerminal, true, [&](Report& report) {
+    const SignalWatch watch;
+    report.run(runRecord(options));
+    if (loadProfiles(options.profiles, report, err)) checkConnection(options, report, err);
+    return report.finish(true, endingSignal);
+  });
 }
 
 }  // namespace qv::check
