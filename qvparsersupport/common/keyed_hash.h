@@ -14,9 +14,4 @@ namespace qv {
 // depends on the order of a table built with it.
 QV_EXPORT std::size_t keyedHash(std::string_view text);
 
-struct KeyedHash {
-  using is_transparent = void;
-  std::size_t operator()(std::string_view text) const { return keyedHash(text); }
-};
-
 }  // namespace qv
