@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/src.hpp>
 #include <charconv>
@@ -18,8 +19,6 @@ namespace qv {
 namespace {
 
 namespace bj = boost::json;
-
-constexpr std::size_t kDepthLimit = 1024;
 
 // Receives the parser's events and builds nodes in one arena. Finished values wait on a stack; the
 // end of an array or object moves its part of the stack into the arena. Keys wait beside it.
@@ -38,7 +37,7 @@ class TreeHandler {
   }
 
   Value take() { return ValueBuilder::adopt(values_.back(), std::exchange(storage_, nullptr)); }
-  std::vector<std::string> repeatedKeys() const { return {repeated_.begin(), repeated_.end()}; }
+  bool hasRepeatedKeys() const { return !repeated_.empty(); }
 
   bool on_document_begin(bj::error_code&) { return true; }
   bool on_document_end(bj::error_code&) { return true; }
@@ -145,9 +144,15 @@ class TreeHandler {
 
 }  // namespace
 
-JSONParseResult parseJSON(ByteView text) {
+JSONParseResult parseJSON(ByteView text, const JSONLimits& limits) {
+  if (text.size() > limits.maximumBytes) {
+    JSONParseResult refused;
+    refused.error =
+        fmt::format("{} bytes are more than the limit of {}", text.size(), limits.maximumBytes);
+    return refused;
+  }
   bj::parse_options options;
-  options.max_depth = kDepthLimit;
+  options.max_depth = std::min(limits.maximumDepth, JSONLimits::kMaximumDepth);
   bj::basic_parser<TreeHandler> parser(options);
   bj::error_code error;
   const std::size_t consumed =
@@ -160,7 +165,7 @@ JSONParseResult parseJSON(ByteView text) {
     result.error = fmt::format("{} at byte {}", error.message(), consumed);
     return result;
   }
-  result.repeatedKeys = parser.handler().repeatedKeys();
+  result.hasRepeatedKeys = parser.handler().hasRepeatedKeys();
   result.value = parser.handler().take();
   return result;
 }

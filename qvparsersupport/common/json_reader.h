@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "qvparsersupport/common/bytes.h"
 #include "qvparsersupport/common/export.h"
@@ -11,19 +10,26 @@
 
 namespace qv {
 
+// What a reader of JSON accepts. A text beyond a limit is refused like one that is no JSON.
+struct JSONLimits {
+  static constexpr std::size_t kMaximumDepth = 1024;
+
+  std::size_t maximumBytes = static_cast<std::size_t>(-1);
+  std::size_t maximumDepth = kMaximumDepth;  // of nested arrays and objects; never above this
+};
+
 struct JSONParseResult {
-  std::optional<Value> value;   // null when the text is no JSON
-  std::string error;            // what is wrong and at which byte; empty with a value
-  std::size_t errorOffset = 0;  // the byte at which the reader stopped
-  std::vector<std::string>
-      repeatedKeys;  // keys given more than once in one object, sorted per object
+  std::optional<Value> value;    // null when the text is no JSON
+  std::string error;             // what is wrong and at which byte; empty with a value
+  std::size_t errorOffset = 0;   // the byte at which the reader stopped
+  bool hasRepeatedKeys = false;  // some object gives a key more than once
 };
 
 // Reads one JSON text (RFC 8259, any top-level kind) of UTF-8 into a Value: integers that fit get
 // the signed 64-bit kind, or else the unsigned one; numbers with a fraction or an exponent and
 // larger integers get the double kind; true and false the char kind. Refused, with a text that
-// names the byte: bad syntax, invalid UTF-8, lone surrogates, a number beyond double, nesting
-// beyond 1,024, bytes after the value. Of a repeated key the last value wins.
-QV_EXPORT JSONParseResult parseJSON(ByteView text);
+// names the byte: bad syntax, invalid UTF-8, lone surrogates, a number beyond double, what exceeds
+// the limits, bytes after the value. Of a repeated key the last value wins.
+QV_EXPORT JSONParseResult parseJSON(ByteView text, const JSONLimits& limits = {});
 
 }  // namespace qv

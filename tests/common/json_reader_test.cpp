@@ -41,7 +41,7 @@ TEST(JSONReader, treesAndRepeatedKeys) {
                                               {"c", Value::dictionary({})},
                                               {"long A key", Value::string("x")}}));
   EXPECT_EQ(result.value->keyAt(0), "a");
-  EXPECT_THAT(result.repeatedKeys, testing::ElementsAre("a"));
+  EXPECT_TRUE(result.hasRepeatedKeys);
   const JSONParseResult inner = parseJSON(bytesOf(R"([1,{"b":null},"\u00e9\n\ud83d\udca1"])"));
   EXPECT_EQ(*inner.value, Value::array({Number::int64(1), Value::dictionary({{"b", Value()}}),
                                         Value::string("\xC3\xA9\n\xF0\x9F\x92\xA1")}));
