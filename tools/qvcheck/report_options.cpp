@@ -1,0 +1,99 @@
+#include "tools/qvcheck/report_options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+
+namespace qv::check {
+
+void ReportArguments::declare(CLI::App& command) {
+  command_ = &command;
+  command
+      .add_option("--output", outputs_,
+                  "Form of the report: text (the default) or ndjson; "
+                  "=FILE writes it there; may be repeated")
+      ->type_name("FORM[=FILE]")
+      ->expected(1)
+      ->take_all();
+  command
+      .add_option("--fail-on", failOn_, "Lowest severity of a finding that makes the exit code 1")
+      ->check(CLI::IsMember({"error", "warning", "note", "never"}))
+      ->capture_default_str();
+  command.add_flag("--quiet", quiet_,
+                   "Only one line for each finding: file:offset: severity[rule]: text");
+  command.add_option("--color", color_, "Color in text on standard output; auto honours NO_COLOR")
+      ->check(CLI::IsMember({"auto", "always", "never"}))
+      ->capture_default_str();
+}
+
+std::optional<std::string> ReportArguments::readOutputs(ReportOptions& options) const {
+  for (const std::string& output : outputs_) {
+    const std::size_t equals = output.find('=');
+    const std::string form = output.substr(0, equals);
+    OutputChoice choice;
+    if (form == "ndjson") {
+      choice.form = OutputForm::ndjson;
+    } else if (form != "text") {
+      return "--output: '" + form + "' is not a form; there are text and ndjson";
+    }
+    if (equals != std::string::npos) {
+      choice.file = output.substr(equals + 1);
+      if (choice.file.empty()) return "--output: no file name after '" + output + "'";
+    }
+    for (const OutputChoice& earlier : options.outputs) {
+      if (earlier.file == choice.file) {
+        return "--output: two reports would go to " +
+               (choice.file.empty() ? std::string("standard output") : choice.file);
+      }
+    }
+    options.outputs.push_back(std::move(choice));
+  }
+  if (options.outputs.empty()) options.outputs.emplace_back();
+  return std::nullopt;
+}
+
+// An option that cannot have an effect is a mistake of the caller.
+std::optional<std::string> ReportArguments::withoutEffect(const ReportOptions& options) const {
+  const auto isText = [](const OutputChoice& choice) { return choice.form == OutputForm::text; };
+  const bool anyText = std::any_of(options.outputs.begin(), options.outputs.end(), isText);
+  const bool color = command_->count("--color") > 0;
+  if (options.quiet && !anyText) return "--quiet has no effect without --output text";
+  if (color && !anyText) return "--color has no effect without --output text";
+  if (color && options.quiet) return "--color has no effect with --quiet";
+  return std::nullopt;
+}
+
+std::optional<std::string> ReportArguments::read(const std::vector<std::string>& inputs,
+                                                 ReportOptions& options) const {
+  if (auto wrong = readOutputs(options)) return wrong;
+  constexpr std::pair<std::string_view, std::optional<Severity>> kFailOn[] = {
+      {"error", Severity::error},
+      {"warning", Severity::warning},
+      {"note", Severity::note},
+      {"never", std::nullopt}};
+  for (const auto& [name, severity] : kFailOn) {
+    if (failOn_ == name) options.failOn = severity;
+  }
+  options.color = color_ == "always"  ? ColorChoice::always
+                  : color_ == "never" ? ColorChoice::never
+                                      : ColorChoice::automatic;
+  options.quiet = quiet_;
+  if (auto wrong = withoutEffect(options)) return wrong;
+  for (const OutputChoice& output : options.outputs) {
+    for (const std::string& input : inputs) {
+      if (overwrites(output.file, input)) {
+        return "--output: the report would overwrite " + input;
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+bool overwrites(const std::string& output, const std::string& input) {
+  std::error_code unknown;  // what does not exist is no device and equivalent to nothing
+  if (std::filesystem::is_character_file(input, unknown)) return false;
+  return output == input || std::filesystem::equivalent(output, input, unknown);
+}
+
+}  // namespace qv::check
