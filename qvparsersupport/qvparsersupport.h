@@ -3,6 +3,7 @@
 // The whole library in one header.
 //
 //   parseXML            text of a profile -> XMLDocument                       common/xml_reader.h
+//   parseJSON           JSON text -> Value; jsonText goes back               common/json_reader.h
 //   QVSymbolTable       documents -> definitions, and every lookup symbols/symbol_table.h
 //   QVIPMessage         captured header and body -> checked message ipmessages/ip_message.h
 //   QVTransformer       values between memory and a transport transformers/transformer.h
@@ -17,7 +18,9 @@
 #include "qvparsersupport/common/base64.h"
 #include "qvparsersupport/common/dictionary_lookup.h"
 #include "qvparsersupport/common/escape.h"
+#include "qvparsersupport/common/json_pointer.h"
 #include "qvparsersupport/common/json_reader.h"
+#include "qvparsersupport/common/json_writer.h"
 #include "qvparsersupport/common/process_log.h"
 #include "qvparsersupport/common/value.h"
 #include "qvparsersupport/common/version.h"

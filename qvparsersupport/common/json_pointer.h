@@ -36,9 +36,11 @@ struct JSONKeyPlace {
 };
 
 // Every further occurrence of a key that its object has given before, in the order of the text, at
-// most `limit`. Not quadratic in the keys of an object.
+// most `limit`, and no more once their pointers fill 16 MiB. Not quadratic in the keys of an
+// object.
 QV_EXPORT std::vector<JSONKeyPlace> repeatedJSONKeys(ByteView text, std::size_t limit);
-// Sets the range of each place to that of the key itself. One pass.
+// Sets the range of each place to that of the key that its pointer ends in; null when there is none
+// and for elements of arrays. One pass.
 QV_EXPORT void locateJSONKeys(ByteView text, std::span<JSONKeyPlace> places);
 
 }  // namespace qv

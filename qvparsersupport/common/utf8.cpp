@@ -8,11 +8,8 @@
 
 namespace qv {
 
-namespace {
-
-// Length of the well-formed sequence at the front of the bytes, 0 when there is none (RFC 3629,
-// section 4).
-std::size_t sequenceLength(ByteView bytes) {
+// RFC 3629, section 4.
+std::size_t utf8SequenceLength(ByteView bytes) {
   const std::uint8_t lead = bytes[0];
   if (lead < 0x80) return 1;
   const std::size_t length = lead >= 0xC2 && lead <= 0xDF   ? 2
@@ -29,11 +26,9 @@ std::size_t sequenceLength(ByteView bytes) {
   return length;
 }
 
-}  // namespace
-
 bool isValidUTF8(ByteView bytes) {
   while (!bytes.empty()) {
-    const std::size_t length = sequenceLength(bytes);
+    const std::size_t length = utf8SequenceLength(bytes);
     if (length == 0) return false;
     bytes = bytes.subspan(length);
   }
@@ -78,7 +73,7 @@ std::string lowercased(std::string_view text) {
   result.resize(ascii);
   ByteView rest = bytesOf(text.substr(ascii));
   while (!rest.empty()) {
-    const std::size_t length = sequenceLength(rest);
+    const std::size_t length = utf8SequenceLength(rest);
     if (length <= 1) {
       const std::uint8_t c = rest[0];
       result.push_back(static_cast<char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c));

@@ -13,6 +13,10 @@ namespace qv {
 // above U+10FFFF, nothing cut off.
 QV_EXPORT bool isValidUTF8(ByteView bytes);
 
+// Length of the well-formed sequence at the front of the bytes, of which there is at least one;
+// 0 when there is no such sequence.
+QV_EXPORT std::size_t utf8SequenceLength(ByteView bytes);
+
 // The number of code points of valid UTF-8; in broken text every byte that does not continue a
 // sequence counts as one.
 QV_EXPORT std::size_t codePointCount(std::string_view text);

@@ -9,18 +9,6 @@ namespace qv {
 
 namespace {
 
-std::string_view textOfNode(const ValueNode& node) {
-  return {static_cast<const char*>(node.address), node.size};
-}
-
-const ValueNode* elementsOf(const ValueNode& node) {
-  return static_cast<const ValueNode*>(node.address);
-}
-
-const ValueEntryNode* entriesOf(const ValueNode& node) {
-  return static_cast<const ValueEntryNode*>(node.address);
-}
-
 // Keeps a fresh storage from leaking when filling it fails.
 struct StorageOwner {
   ValueStorage* storage = ValueStorage::make();
@@ -50,7 +38,7 @@ bool equalOutside(const ValueNode& left, const ValueNode& right, Pairs& pending)
       return ValueBuilder::numberOf(left) == ValueBuilder::numberOf(right);
     case Value::Type::string:
     case Value::Type::bytes:
-      return textOfNode(left) == textOfNode(right);
+      return ValueBuilder::text(left) == ValueBuilder::text(right);
     case Value::Type::object:
       return left.address == right.address;
     case Value::Type::array:
@@ -156,12 +144,12 @@ std::optional<Number> Value::asNumber() const {
 
 std::optional<std::string_view> Value::asString() const {
   if (node_.type != Type::string) return std::nullopt;
-  return textOfNode(node_);
+  return ValueBuilder::text(node_);
 }
 
 std::optional<ByteView> Value::asBytes() const {
   if (node_.type != Type::bytes) return std::nullopt;
-  return bytesOf(textOfNode(node_));
+  return bytesOf(ValueBuilder::text(node_));
 }
 
 std::shared_ptr<ValueObject> Value::asObject() const {
@@ -179,8 +167,8 @@ std::size_t Value::count() const {
 
 Value Value::at(std::size_t index) const {
   if (index >= count()) return {};
-  const ValueNode child =
-      node_.type == Type::array ? elementsOf(node_)[index] : entriesOf(node_)[index].value;
+  const ValueNode child = node_.type == Type::array ? ValueBuilder::elements(node_)[index]
+                                                    : ValueBuilder::entries(node_)[index].value;
   const bool inlineOnly = child.type == Type::null || child.type == Type::number;
   if (!inlineOnly) storage_->retain();
   return {child, inlineOnly ? nullptr : storage_};
@@ -188,12 +176,12 @@ Value Value::at(std::size_t index) const {
 
 std::string_view Value::keyAt(std::size_t index) const {
   if (node_.type != Type::dictionary || index >= node_.size) return {};
-  return entriesOf(node_)[index].key;
+  return ValueBuilder::entries(node_)[index].key;
 }
 
 std::optional<Value> Value::find(std::string_view key) const {
   if (node_.type != Type::dictionary) return std::nullopt;
-  const std::size_t index = findEntry(entriesOf(node_), node_.size, key);
+  const std::size_t index = findEntry(ValueBuilder::entries(node_), node_.size, key);
   if (index == node_.size) return std::nullopt;
   return at(index);
 }
@@ -212,13 +200,16 @@ bool operator==(const Value& left, const Value& right) {
     if (++walked > kWalkedFreely && !seen.emplace(one.address, other.address).second) continue;
     for (std::size_t i = 0; i < one.size; ++i) {
       if (one.type == Value::Type::array) {
-        if (!equalOutside(elementsOf(one)[i], elementsOf(other)[i], pending)) return false;
+        if (!equalOutside(ValueBuilder::elements(one)[i], ValueBuilder::elements(other)[i],
+                          pending))
+          return false;
         continue;
       }
-      const ValueEntryNode& entry = entriesOf(one)[i];
-      const std::size_t twin = findEntry(entriesOf(other), other.size, entry.key);
+      const ValueEntryNode& entry = ValueBuilder::entries(one)[i];
+      const std::size_t twin = findEntry(ValueBuilder::entries(other), other.size, entry.key);
       if (twin == other.size) return false;
-      if (!equalOutside(entry.value, entriesOf(other)[twin].value, pending)) return false;
+      if (!equalOutside(entry.value, ValueBuilder::entries(other)[twin].value, pending))
+        return false;
     }
   }
   return true;

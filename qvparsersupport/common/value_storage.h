@@ -81,6 +81,18 @@ class ValueBuilder {
   static ValueNode nodeOf(Number number);
   static ValueNode nodeOf(Value::Type type, const void* address, std::size_t size);
   static Number numberOf(const ValueNode& node);
+
+  // What a node of the fitting type holds, without touching reference counts: good for as long as
+  // some Value of the same document lives.
+  static std::string_view text(const ValueNode& node) {
+    return {static_cast<const char*>(node.address), node.size};
+  }
+  static const ValueNode* elements(const ValueNode& node) {
+    return static_cast<const ValueNode*>(node.address);
+  }
+  static const ValueEntryNode* entries(const ValueNode& node) {
+    return static_cast<const ValueEntryNode*>(node.address);
+  }
 };
 
 }  // namespace qv
