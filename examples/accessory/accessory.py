@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 """A stand-in household bridge that writes captures.
 
-    accessory.py serve NAME [--fault N:KIND]... [--event N:KIND]... [--port-file FILE]
-                            [--requests N] [--seconds N]
+    accessory.py serve NAME [--fault N:KIND]... [--event N:KIND]... [--chunks N:SIZE]...
+                            [--port-file FILE] [--requests N] [--seconds N]
     accessory.py bodies DIRECTORY
 
 `serve` listens on a free loopback port, answers one controller over one kept-alive connection and
 writes the bytes of both directions, exactly as they went over the socket, to NAME.req and NAME.rsp.
 It ends when the controller hangs up, after N requests or after N seconds, whichever comes first.
 `--fault` damages the answer to request N (counted from 1), `--event` sends an event notification
-with it; `--help` lists the kinds. `bodies` writes the pairing bodies that a controller sends, one
-file each.
+with it, `--chunks` sends its body in chunks; `--help` lists the kinds. `bodies` writes the pairing
+bodies that a controller sends, one file each.
 
 Nothing here is secret or secured: keys, proofs and sealed data are fixed bytes that look random.
 """
@@ -22,9 +22,9 @@ import time
 from pathlib import Path
 
 import pairing
-from faults import EVENTS, FAULTS, send_order
+from faults import EVENTS, FAULTS, with_event
 from household import Household
-from wire import Connection, response
+from wire import Connection, chunked, response
 
 
 def listen(arguments):
@@ -43,7 +43,7 @@ def listen(arguments):
 
 
 def serve(arguments):
-    faults, events = dict(arguments.fault), dict(arguments.event)
+    faults, events, chunks = map(dict, (arguments.fault, arguments.event, arguments.chunks))
     deadline = time.monotonic() + arguments.seconds
     household, count = Household(), 0
     with listen(arguments) as stream:
@@ -51,23 +51,28 @@ def serve(arguments):
         while count < arguments.requests and (request := connection.request()) is not None:
             count += 1
             answer = household.answer(*request)
-            data = FAULTS[faults.pop(count)](answer) if count in faults else response(answer)
+            if count in faults:
+                data = FAULTS[faults.pop(count)](answer)
+            elif count in chunks:
+                data = chunked(answer, chunks.pop(count))
+            else:
+                data = response(answer)
             if count in events:
-                kind = events.pop(count)
-                data = send_order(kind, EVENTS[kind](household), data)
+                data = with_event(events.pop(count), household, data)
             connection.send(data)
-    if faults or events:
-        raise ValueError(f"no request came for {faults | events}")
+    if unused := faults | events | chunks:
+        raise ValueError(f"no use for {unused}")
     Path(f"{arguments.name}.req").write_bytes(connection.received)
     Path(f"{arguments.name}.rsp").write_bytes(connection.sent)
 
 
-def numbered(kinds):
+def numbered(accepts, read=str):
+    """A reader of N:WORD, where `accepts` says whether the word will do."""
     def parse(text):
-        number, _, kind = text.partition(":")
-        if kind not in kinds or not number.isdecimal():
-            raise argparse.ArgumentTypeError(f"'{text}' is no number and kind")
-        return int(number), kind
+        number, _, word = text.partition(":")
+        if not number.isdecimal() or not accepts(word):
+            raise argparse.ArgumentTypeError(f"'{text}' will not do")
+        return int(number), read(word)
     return parse
 
 
@@ -78,9 +83,11 @@ def main():
     command = commands.add_parser(
         "serve", epilog=f"Faults: {', '.join(FAULTS)}. Events: {', '.join(EVENTS)}.")
     command.add_argument("name", help="NAME.req and NAME.rsp are written")
-    for option, kinds in (("--fault", FAULTS), ("--event", EVENTS)):
-        command.add_argument(option, type=numbered(kinds), action="append", default=[],
-                             metavar="N:KIND")
+    for option, value, reader in (
+            ("--fault", "KIND", numbered(FAULTS.__contains__)),
+            ("--event", "KIND", numbered(EVENTS.__contains__)),
+            ("--chunks", "SIZE", numbered(lambda word: word.isdecimal() and int(word) > 0, int))):
+        command.add_argument(option, type=reader, action="append", default=[], metavar=f"N:{value}")
     command.add_argument("--port-file", type=Path, help="where the port goes; standard output else")
     command.add_argument("--requests", type=int, default=100, help="the most to answer")
     command.add_argument("--seconds", type=float, default=20, help="the longest to run")

@@ -1,7 +1,7 @@
 """What can be done to the answers of the accessory on their way out, and what it says unasked.
 
-A fault takes an answer and gives the bytes to send. `changed` replaces parts of the answer, `edited`
-changes the document in its body, `database` sets or removes single keys of the attribute database.
+A fault takes an answer and gives the bytes to send. `changed` replaces parts of the answer,
+`edited` changes the document in its body, `database` single keys of the attribute database.
 """
 
 import json
@@ -96,12 +96,12 @@ FAULTS = {
     "no-characteristics": edited(lambda document: document.pop("characteristics")),
     "characteristics-object": edited(lambda document: document.update(characteristics={})),
     "entry-number": edited(lambda document: document["characteristics"].insert(0, 7)),
-    "without-status": entry(lambda entry: entry.pop("status")),
-    "status-text": entry(lambda entry: entry.update(status=str(entry["status"]))),
-    "without-aid": entry(lambda entry: entry.pop("aid")),
-    "iid-text": entry(lambda entry: entry.update(iid=str(entry["iid"]))),
+    "without-status": entry(lambda last: last.pop("status")),
+    "status-text": entry(lambda last: last.update(status=str(last["status"]))),
+    "without-aid": entry(lambda last: last.pop("aid")),
+    "iid-text": entry(lambda last: last.update(iid=str(last["iid"]))),
     "no-statuses": edited(
-        lambda document: [entry.pop("status") for entry in document["characteristics"]]),
+        lambda document: [one.pop("status") for one in document["characteristics"]]),
     # The attribute database.
     "vocabulary": database(
         ("1.9", "format", "Bool"), ("1.9", "perms", ["pr", "px", "ev"]),
@@ -156,5 +156,6 @@ EVENTS = {
 }
 
 
-def send_order(kind, event, answer):
-    return event + answer if kind.startswith("before") else answer + event
+def with_event(kind, household, data):
+    event = EVENTS[kind](household)
+    return event + data if kind == "before" else data + event

@@ -37,6 +37,14 @@ def response(answer, **more):
     return message(start, answer.type, answer.body, **more)
 
 
+def chunked(answer, size):
+    """A response whose body goes out in chunks of at most so many bytes."""
+    chunks = [answer.body[at:at + size] for at in range(0, len(answer.body), size)]
+    header = message(f"HTTP/1.1 {answer.code} {REASONS[answer.code]}\r\nTransfer-Encoding: chunked",
+                     answer.type)
+    return header + b"".join(b"%x\r\n%b\r\n" % (len(chunk), chunk) for chunk in [*chunks, b""])
+
+
 class Connection:
     """One controller; keeps what was read and sent."""
 
