@@ -87,6 +87,7 @@ FAULTS = {
     # JSON bodies of any message.
     "empty-body": changed(body=b""),
     "cut-json": changed(body=lambda body: body[:len(body) // 2]),
+    "broken-json": changed(body=lambda body: body[::-1].replace(b",", b";", 1)[::-1]),
     "two-documents": changed(body=lambda body: body + body),
     "top-level-array": changed(body=lambda body: b"[" + body + b"]"),
     "500-internal": whole(500, {"status": -70402, "characteristics": []}),
