@@ -73,8 +73,8 @@ void addCharacteristic(Out out, std::size_t index) {
 void addService(Out out, std::size_t index, std::size_t characteristics) {
   fmt::format_to(out,
                  "    <service name=\"Sample Service {0}\">\n"
-                 "      <type uuid=\"C{0:07X}-0000-1000-8000-0A3F5C91D270\"/>\n",
-                 index);
+                 "      <type uuid=\"{1}\"/>\n",
+                 index, generatedServiceUUID(index));
   for (const char* transport : {"ip", "btle"}) {
     fmt::format_to(out, "      <{}>\n        <required>\n", transport);
     for (std::size_t i = 0; i < 4; ++i) {
@@ -90,6 +90,10 @@ void addService(Out out, std::size_t index, std::size_t characteristics) {
 
 std::string generatedUUID(std::size_t index) {
   return fmt::format("{:08x}-0000-1000-8000-0a3f5c91d270", index);
+}
+
+std::string generatedServiceUUID(std::size_t index) {
+  return fmt::format("c{:07x}-0000-1000-8000-0a3f5c91d270", index);
 }
 
 std::string generatedProfile(std::size_t characteristics) {

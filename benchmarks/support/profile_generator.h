@@ -11,5 +11,7 @@ std::string generatedProfile(std::size_t characteristics);
 
 // The UUID of one of its characteristics on IP, in lower case.
 std::string generatedUUID(std::size_t index);
+// The UUID of one of its services, in lower case; there is one for every ten characteristics.
+std::string generatedServiceUUID(std::size_t index);
 
 }  // namespace qv::bench
