@@ -143,6 +143,14 @@ ValueEntryNode* ValueStorage::copyEntries(std::span<const ValueEntryNode> entrie
   return copy;
 }
 
+ValueEntryNode* ValueStorage::copyFewEntries(std::span<const ValueEntryNode> entries) {
+  if (entries.empty()) return nullptr;
+  auto* copy =
+      static_cast<ValueEntryNode*>(allocate(entries.size_bytes(), alignof(ValueEntryNode)));
+  std::uninitialized_copy(entries.begin(), entries.end(), copy);
+  return copy;
+}
+
 void ValueStorage::adopt(ValueStorage* child) {
   if (child == nullptr) return;
   // One storage often serves many neighbours; keeping it once is enough for a run of them.

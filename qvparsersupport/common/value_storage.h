@@ -43,13 +43,15 @@ class ValueStorage {
   // kept, and appends each repeated key to `repeated` when that is given.
   ValueEntryNode* copyEntries(std::span<const ValueEntryNode> entries, std::size_t& size,
                               std::vector<std::string_view>* repeated);
+  // Entries whose keys differ, at most `kLinearLookup` of them.
+  ValueEntryNode* copyFewEntries(std::span<const ValueEntryNode> entries);
 
   // Keeps another storage or a library object alive with this one.
   void adopt(ValueStorage* child);
   void hold(std::shared_ptr<ValueObject> object) { object_ = std::move(object); }
   const std::shared_ptr<ValueObject>& object() const { return object_; }
 
-  static constexpr std::size_t kLinearLookup = 8;
+  static constexpr std::size_t kLinearLookup = 16;
 
  private:
   ValueStorage() = default;

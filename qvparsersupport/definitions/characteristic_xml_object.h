@@ -26,6 +26,8 @@ class QV_EXPORT QVCharacteristicPropertyXMLObject : public QVXMLObject {
  public:
   static std::shared_ptr<QVCharacteristicPropertyXMLObject> initWithXMLElement(
       std::shared_ptr<const XMLElement> element);
+  static std::shared_ptr<QVCharacteristicPropertyXMLObject> initWithArchivedRepresentation(
+      const Value& representation);
   std::span<const std::string_view> allowedAttributeKeys() const override;
 
   const std::optional<std::string>& name() const { return name_; }
@@ -35,6 +37,8 @@ class QV_EXPORT QVCharacteristicPropertyXMLObject : public QVXMLObject {
 
  protected:
   const char* className() const override { return "QVCharacteristicPropertyXMLObject"; }
+  Value::Node archived(ArchiveWriter& out) const override;
+  void restore(ArchivedDictionary& from) override;
 
  private:
   void load(std::shared_ptr<const XMLElement> source);
@@ -56,7 +60,12 @@ class QV_EXPORT QVCharacteristicXMLObject : public QVTransportFamily<QVCharacter
       QVTransport transport);
   // A bare definition outside any document, with only its format set.
   static std::shared_ptr<QVCharacteristicXMLObject> initWithFormat(QVFormatType format);
+  static std::shared_ptr<QVCharacteristicXMLObject> initWithArchivedRepresentation(
+      const Value& representation);
   std::span<const std::string_view> allowedAttributeKeys() const override;
+  // An identifier for generated source, an instance's with "IP" or "BTLE" in front; null without
+  // a name.
+  std::optional<std::string> symbolName() const;
 
   // Inherited from the parent when unset; null (format: none) when the parent has none either.
   QVFormatType format() const;
@@ -99,8 +108,11 @@ class QV_EXPORT QVCharacteristicXMLObject : public QVTransportFamily<QVCharacter
 
  protected:
   const char* className() const override { return "QVCharacteristicXMLObject"; }
+  Value::Node archived(ArchiveWriter& out) const override;
+  void restore(ArchivedDictionary& from) override;
 
  private:
+  friend class FamilyArchive<QVCharacteristicXMLObject>;
   friend class QVTransportFamily<QVCharacteristicXMLObject>;
   struct Children;
   // What most definitions do not have; kept apart because a profile makes three definitions of
@@ -131,6 +143,8 @@ class QV_EXPORT QVCharacteristicXMLObject : public QVTransportFamily<QVCharacter
   void loadTlv8(const TaggedChildren& format);
   void loadProperties(const TaggedChildren& properties);
   void validateContents() const;
+  Value::Node archivedWith(ArchivedInstances<QVCharacteristicXMLObject>& instances,
+                           ArchiveWriter& out) const;
 
   QVFormatType format_ = QVFormatType::none;
   DefinitionList<QVCharacteristicPropertyXMLObject> properties_;

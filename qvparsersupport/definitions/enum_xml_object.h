@@ -18,6 +18,8 @@ class QV_EXPORT QVEnumValueXMLObject : public QVXMLObject {
  public:
   static std::shared_ptr<QVEnumValueXMLObject> initWithXMLElement(
       std::shared_ptr<const XMLElement> element);
+  static std::shared_ptr<QVEnumValueXMLObject> initWithArchivedRepresentation(
+      const Value& representation);
   std::span<const std::string_view> allowedAttributeKeys() const override;
 
   // The value in the enum's format: a boolean number, a signed 64-bit integer (for a bitmask the
@@ -34,6 +36,8 @@ class QV_EXPORT QVEnumValueXMLObject : public QVXMLObject {
 
  protected:
   const char* className() const override { return "QVEnumValueXMLObject"; }
+  Value::Node archived(ArchiveWriter& out) const override;
+  void restore(ArchivedDictionary& from) override;
 
  private:
   void load(std::shared_ptr<const XMLElement> source);
@@ -49,6 +53,8 @@ class QV_EXPORT QVEnumXMLObject : public QVXMLObject {
  public:
   static std::shared_ptr<QVEnumXMLObject> initWithXMLElement(
       std::shared_ptr<const XMLElement> element);
+  static std::shared_ptr<QVEnumXMLObject> initWithArchivedRepresentation(
+      const Value& representation);
   std::span<const std::string_view> allowedAttributeKeys() const override;
   std::string description() const override;
 
@@ -70,6 +76,8 @@ class QV_EXPORT QVEnumXMLObject : public QVXMLObject {
 
  protected:
   const char* className() const override { return "QVEnumXMLObject"; }
+  Value::Node archived(ArchiveWriter& out) const override;
+  void restore(ArchivedDictionary& from) override;
 
  private:
   void load(std::shared_ptr<const XMLElement> source);

@@ -93,22 +93,22 @@ DefinitionList<QVCharacteristicXMLObject> QVServiceXMLObject::resolvedList(
     const auto reference = handleTo(child);
     const auto characteristic =
         QVServiceCharacteristicReferenceXMLObject::resolveReferenceWithElement(reference);
-    resolved->push_back(instanceForTransport(*characteristic, reference));
+    resolved->push_back(instanceForTransport(characteristic.get(), reference));
   }
   return resolved;
 }
 
 std::shared_ptr<QVCharacteristicXMLObject> QVServiceXMLObject::instanceForTransport(
-    const QVCharacteristicXMLObject& characteristic,
+    const QVCharacteristicXMLObject* characteristic,
     const std::shared_ptr<const XMLElement>& reference) const {
   switch (transport()) {
     case QVTransport::btle: {
-      auto instance = characteristic.btle();
+      auto instance = characteristic != nullptr ? characteristic->btle() : nullptr;
       if (instance == nullptr) raiseLoadAssertion("Must have BLE instance", reference);
       return instance;
     }
     case QVTransport::ip: {
-      auto instance = characteristic.ip();
+      auto instance = characteristic != nullptr ? characteristic->ip() : nullptr;
       if (instance == nullptr) raiseLoadAssertion("Must have IP instance", reference);
       return instance;
     }

@@ -12,6 +12,7 @@
 
 namespace qv {
 
+class ArchivedArray;
 class QVServiceXMLObject;
 
 extern template class QVTransportFamily<QVServiceXMLObject>;
@@ -25,6 +26,8 @@ class QV_EXPORT QVServiceCharacteristicReferenceXMLObject : public QVXMLObject {
   // the load-assertion error when there is none.
   static std::shared_ptr<QVCharacteristicXMLObject> resolveReferenceWithElement(
       std::shared_ptr<const XMLElement> element);
+  static std::shared_ptr<QVServiceCharacteristicReferenceXMLObject> initWithArchivedRepresentation(
+      const Value& representation);
   std::span<const std::string_view> allowedAttributeKeys() const override;
 
   const std::optional<std::string>& ref() const { return ref_; }  // lower case
@@ -32,6 +35,8 @@ class QV_EXPORT QVServiceCharacteristicReferenceXMLObject : public QVXMLObject {
 
  protected:
   const char* className() const override { return "QVServiceCharacteristicReferenceXMLObject"; }
+  Value::Node archived(ArchiveWriter& out) const override;
+  void restore(ArchivedDictionary& from) override;
 
  private:
   void load(std::shared_ptr<const XMLElement> source);
@@ -49,7 +54,11 @@ class QV_EXPORT QVServiceXMLObject : public QVTransportFamily<QVServiceXMLObject
   static std::shared_ptr<QVServiceXMLObject> initWithXMLElement(
       std::shared_ptr<const XMLElement> element, const std::shared_ptr<QVServiceXMLObject>& parent,
       QVTransport transport);
+  static std::shared_ptr<QVServiceXMLObject> initWithArchivedRepresentation(
+      const Value& representation);
   std::span<const std::string_view> allowedAttributeKeys() const override;
+  // An identifier for generated source; null without a name.
+  std::optional<std::string> symbolName() const;
 
   // Inherited from the parent when unset.
   DefinitionList<QVCharacteristicXMLObject> required() const;
@@ -61,17 +70,24 @@ class QV_EXPORT QVServiceXMLObject : public QVTransportFamily<QVServiceXMLObject
 
  protected:
   const char* className() const override { return "QVServiceXMLObject"; }
+  Value::Node archived(ArchiveWriter& out) const override;
+  void restore(ArchivedDictionary& from) override;
 
  private:
+  friend class FamilyArchive<QVServiceXMLObject>;
   friend class QVTransportFamily<QVServiceXMLObject>;
 
   void load(std::shared_ptr<const XMLElement> source,
             const std::shared_ptr<QVServiceXMLObject>& parent, QVTransport transport);
   DefinitionList<QVCharacteristicXMLObject> resolvedList(const TaggedChildren& list) const;
   std::shared_ptr<QVCharacteristicXMLObject> instanceForTransport(
-      const QVCharacteristicXMLObject& characteristic,
+      const QVCharacteristicXMLObject* characteristic,
       const std::shared_ptr<const XMLElement>& reference) const;
   void validateContents() const;
+  Value::Node archivedWith(ArchivedInstances<QVServiceXMLObject>& instances,
+                           ArchiveWriter& out) const;
+  DefinitionList<QVCharacteristicXMLObject> restoredCharacteristics(
+      const ArchivedArray& refs) const;
 
   DefinitionList<QVCharacteristicXMLObject> required_;
   DefinitionList<QVCharacteristicXMLObject> optional_;

@@ -20,7 +20,11 @@ class QV_EXPORT QVTLV8FieldXMLObject : public QVXMLObject {
  public:
   static std::shared_ptr<QVTLV8FieldXMLObject> initWithXMLElement(
       std::shared_ptr<const XMLElement> element);
+  static std::shared_ptr<QVTLV8FieldXMLObject> initWithArchivedRepresentation(
+      const Value& representation);
   std::span<const std::string_view> allowedAttributeKeys() const override;
+  // An identifier for generated source; null without a name.
+  std::optional<std::string> symbolName() const;
 
   std::uint8_t type() const { return type_; }
   const std::optional<std::string>& name() const { return name_; }
@@ -43,6 +47,8 @@ class QV_EXPORT QVTLV8FieldXMLObject : public QVXMLObject {
 
  protected:
   const char* className() const override { return "QVTLV8FieldXMLObject"; }
+  Value::Node archived(ArchiveWriter& out) const override;
+  void restore(ArchivedDictionary& from) override;
 
  private:
   void load(std::shared_ptr<const XMLElement> source);
@@ -65,7 +71,11 @@ class QV_EXPORT QVTLV8XMLObject : public QVXMLObject {
  public:
   static std::shared_ptr<QVTLV8XMLObject> initWithXMLElement(
       std::shared_ptr<const XMLElement> element);
+  static std::shared_ptr<QVTLV8XMLObject> initWithArchivedRepresentation(
+      const Value& representation);
   std::span<const std::string_view> allowedAttributeKeys() const override;
+  // An identifier for generated source; null without a name.
+  std::optional<std::string> symbolName() const;
   std::string description() const override;
 
   const std::optional<std::string>& name() const { return name_; }
@@ -75,6 +85,8 @@ class QV_EXPORT QVTLV8XMLObject : public QVXMLObject {
 
  protected:
   const char* className() const override { return "QVTLV8XMLObject"; }
+  Value::Node archived(ArchiveWriter& out) const override;
+  void restore(ArchivedDictionary& from) override;
 
  private:
   void load(std::shared_ptr<const XMLElement> source);

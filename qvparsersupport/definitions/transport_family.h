@@ -13,6 +13,11 @@
 
 namespace qv {
 
+template <class Definition>
+struct ArchivedInstances;
+template <class Definition>
+class FamilyArchive;
+
 // The owner behind a handle to an instance that counts its references by itself, and keeps the
 // family through the handle that it was made from. Tables of many instances hold such handles:
 // their counts lie close together, where those of the families are spread over all that the
@@ -109,6 +114,7 @@ class QV_EXPORT QVTransportFamily : public QVXMLObject,
                      const TaggedChildren& btle);
 
  private:
+  friend class FamilyArchive<Definition>;
   friend class IndexedDefinitions;
 
   const Definition& self() const { return static_cast<const Definition&>(*this); }

@@ -5,13 +5,18 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "qvparsersupport/common/export.h"
 #include "qvparsersupport/common/load_assertion.h"
+#include "qvparsersupport/common/value.h"
 #include "qvparsersupport/common/xml_tree.h"
+#include "qvparsersupport/definitions/definition_list.h"
 
 namespace qv {
 
+class ArchivedDictionary;
+class ArchiveWriter;
 struct TaggedChildren;
 
 // Base of every definition that is read from a profile element: keeps the element, refuses
@@ -52,6 +57,37 @@ class QV_EXPORT QVXMLObject {
   std::optional<std::string_view> optionalValueOfTag(std::string_view tag,
                                                      std::string_view attribute) const;
 
+  // Everything that the definition says, as plain dictionaries, arrays, texts and numbers; what is
+  // null leaves no key.
+  Value archiveRepresentation() const;
+  // A definition made from such a representation by the class on which this is called. Nothing is
+  // checked: a key that is missing or holds another kind of value reads as null, 0 or an empty
+  // list. References are looked up in the shared symbol table, whose lookups, the picking of
+  // instances by services and nesting beyond 64 levels raise the load-assertion error.
+  static std::shared_ptr<QVXMLObject> initWithArchivedRepresentation(const Value& representation);
+
+  // The representations of a list, in order; of a null list, none.
+  template <class Definition>
+  static Value archiveArray(const DefinitionList<Definition>& list) {
+    std::vector<const QVXMLObject*> definitions;
+    if (list != nullptr) {
+      for (const auto& each : *list) {
+        if (each != nullptr) definitions.push_back(each.get());
+      }
+    }
+    return archiveDefinitions(definitions);
+  }
+  // A definition of class `Definition` for each element, in order; none for no array.
+  template <class Definition>
+  static DefinitionList<Definition> loadArchivedArray(const std::optional<Value>& array) {
+    auto list = std::make_shared<std::vector<std::shared_ptr<Definition>>>();
+    const std::size_t count = array && array->isArray() ? array->count() : 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      list->push_back(Definition::initWithArchivedRepresentation(array->at(i)));
+    }
+    return list;
+  }
+
   // Class name and identity; classes with a name append " => " and the name.
   virtual std::string description() const;
 
@@ -77,10 +113,15 @@ class QV_EXPORT QVXMLObject {
   }
   std::string descriptionWithName(const std::optional<std::string>& name) const;
   virtual const char* className() const { return "QVXMLObject"; }
+  // The class's part in archiving. Both handle the class's keys in the same order.
+  virtual Value::Node archived(ArchiveWriter& out) const;
+  virtual void restore(ArchivedDictionary& from);
 
  private:
+  friend class DefinitionArchive;
   friend class IndexedDefinitions;
 
+  static Value archiveDefinitions(std::span<const QVXMLObject* const> definitions);
   static std::shared_ptr<const XMLElement> elementOfNode(const XMLNode& node);
   static void noteLookupKeyChange();
 

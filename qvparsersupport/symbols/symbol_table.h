@@ -11,6 +11,7 @@
 
 #include "qvparsersupport/common/export.h"
 #include "qvparsersupport/common/failure.h"
+#include "qvparsersupport/common/value.h"
 #include "qvparsersupport/common/xml_tree.h"
 #include "qvparsersupport/definitions/characteristic_xml_object.h"
 #include "qvparsersupport/definitions/definition_list.h"
@@ -45,6 +46,16 @@ class QV_EXPORT QVSymbolTable {
   // the process log (the reason, and where it was raised).
   bool loadDocuments(std::span<const std::shared_ptr<const XMLDocument>> documents,
                      ErrorSlot errorDescription = nullptr);
+
+  // The whole table as plain dictionaries, arrays, texts and numbers, each list empty when null.
+  Value archiveRepresentation() const;
+  // Replaces the contents with those of such a representation, without checking that keys are
+  // unique or that values can be encoded. Unlike after a document load, `transportCharacteristics`
+  // then holds the instances of every characteristic. What the representation lacks, or holds as
+  // another kind of value, reads as null, 0 or an empty list. Fails as `loadDocuments` does, for a
+  // reference to what it does not hold and for nesting beyond 64 levels.
+  bool loadArchivedRepresentation(const Value& representation,
+                                  ErrorSlot errorDescription = nullptr);
 
   // Names are compared exactly. `user` is the element that a failure during a load is put down to.
   std::shared_ptr<QVEnumXMLObject> enumWithName(std::string_view name,

@@ -1,0 +1,172 @@
+#pragma once
+
+// Internal to the definitions and the symbol table: writing and reading archived representations.
+// A whole archive is written into one storage. Reading never looks at a value before its type is
+// known: a key that holds something else than what is wanted reads like a missing one.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "qvparsersupport/common/number.h"
+#include "qvparsersupport/common/value.h"
+#include "qvparsersupport/common/value_storage.h"
+#include "qvparsersupport/definitions/definition_list.h"
+#include "qvparsersupport/definitions/xml_object.h"
+
+namespace qv {
+
+class ArchiveWriter {
+ public:
+  ArchiveWriter() : storage_(ValueStorage::make()) {}
+  ArchiveWriter(const ArchiveWriter&) = delete;
+  ArchiveWriter& operator=(const ArchiveWriter&) = delete;
+  ~ArchiveWriter() {
+    if (storage_ != nullptr) storage_->release();
+  }
+
+  // Ends the writing.
+  Value take(const ValueNode& node) {
+    return ValueBuilder::adopt(node, std::exchange(storage_, nullptr));
+  }
+
+  ValueNode text(std::string_view text);
+  // Room for the elements of an array, and the array made of the first `count` of them.
+  ValueNode* elements(std::size_t count);
+  static ValueNode array(const ValueNode* elements, std::size_t count) {
+    return ValueBuilder::nodeOf(Value::Type::array, elements, count);
+  }
+  ValueStorage& storage() { return *storage_; }
+
+ private:
+  ValueStorage* storage_;
+};
+
+// The entries of one dictionary, in the order in which they are added. Null values leave no key.
+class ArchivedFields {
+ public:
+  // The keys are not copied: they must be literals.
+  explicit ArchivedFields(ArchiveWriter& out) : out_(out) {}
+  ArchivedFields(const ArchivedFields&) = delete;
+  ArchivedFields& operator=(const ArchivedFields&) = delete;
+
+  void add(std::string_view key, const ValueNode& node) { entries_[count_++] = {key, node}; }
+  void addInteger(std::string_view key, std::int64_t value) {
+    add(key, ValueBuilder::nodeOf(Number::int64(value)));
+  }
+  void addNumber(std::string_view key, const std::optional<Number>& number) {
+    if (number) add(key, ValueBuilder::nodeOf(*number));
+  }
+  void addText(std::string_view key, std::optional<std::string_view> text) {
+    if (text) add(key, out_.text(*text));
+  }
+  ArchiveWriter& out() { return out_; }
+
+  // The dictionary. The values of the entries can be set afterwards, by position.
+  ValueNode finish();
+  std::size_t count() const { return count_; }
+  ValueNode* valueAt(std::size_t position) { return &written_[position].value; }
+
+ private:
+  ArchiveWriter& out_;
+  std::array<ValueEntryNode, ValueStorage::kLinearLookup> entries_;
+  std::size_t count_ = 0;
+  ValueEntryNode* written_ = nullptr;
+};
+
+class ArchivedDictionary;
+
+// What is found under a key, for as long as the representation lives.
+class ArchivedArray {
+ public:
+  ArchivedArray() = default;
+  ArchivedArray(const ValueNode* node, int level);
+
+  std::size_t count() const { return node_ != nullptr ? node_->size : 0; }
+  std::optional<std::string_view> text(std::size_t index) const;
+  // An element that is no dictionary reads as an empty one.
+  ArchivedDictionary dictionary(std::size_t index) const;
+
+ private:
+  const ValueNode* node_ = nullptr;
+  int level_ = 0;
+};
+
+class ArchivedDictionary {
+ public:
+  // Containers within containers that are followed; deeper ones raise the load-assertion error.
+  static constexpr int kMaximumLevel = 64;
+
+  explicit ArchivedDictionary(const Value& representation)
+      : ArchivedDictionary(&ValueBuilder::node(representation), 1) {}
+  ArchivedDictionary(const ValueNode* node, int level);
+
+  std::optional<std::string_view> text(std::string_view key);
+  std::optional<std::string> ownText(std::string_view key);
+  std::optional<Number> number(std::string_view key);
+  std::int64_t integer(std::string_view key);  // 0 for none
+  ArchivedArray array(std::string_view key);   // empty for none
+  std::optional<ArchivedDictionary> dictionary(std::string_view key);
+
+ private:
+  const ValueNode* find(std::string_view key, Value::Type type);
+
+  const ValueNode* node_;
+  int level_;
+  std::size_t next_ = 0;  // archives are read in the order in which they were written
+};
+
+// The way into definitions for those who archive and restore them.
+class DefinitionArchive {
+ public:
+  static ValueNode archived(const QVXMLObject& definition, ArchiveWriter& out) {
+    return definition.archived(out);
+  }
+
+  template <class Definition>
+  static std::shared_ptr<Definition> restored(ArchivedDictionary from) {
+    auto definition = std::make_shared<Definition>();
+    static_cast<QVXMLObject&>(*definition).restore(from);
+    return definition;
+  }
+  template <class Definition>
+  static std::shared_ptr<Definition> restored(const Value& representation) {
+    return restored<Definition>(ArchivedDictionary(representation));
+  }
+
+  // Null elements, which only a host can have put there, are left out.
+  template <class Definition>
+  static ValueNode archivedList(const std::vector<std::shared_ptr<Definition>>* list,
+                                ArchiveWriter& out) {
+    if (list == nullptr) return ArchiveWriter::array(nullptr, 0);
+    ValueNode* const elements = out.elements(list->size());
+    std::size_t count = 0;
+    for (const auto& each : *list) {
+      if (each != nullptr) elements[count++] = archived(*each, out);
+    }
+    return ArchiveWriter::array(elements, count);
+  }
+
+  template <class Definition>
+  static std::vector<std::shared_ptr<Definition>> restoredList(const ArchivedArray& from) {
+    std::vector<std::shared_ptr<Definition>> list;
+    list.reserve(from.count());
+    for (std::size_t i = 0; i < from.count(); ++i) {
+      list.push_back(restored<Definition>(from.dictionary(i)));
+    }
+    return list;
+  }
+  template <class Definition>
+  static DefinitionList<Definition> restoredShared(const ArchivedArray& from) {
+    return std::make_shared<std::vector<std::shared_ptr<Definition>>>(
+        restoredList<Definition>(from));
+  }
+};
+
+}  // namespace qv
