@@ -10,13 +10,9 @@ namespace qv {
 
 namespace {
 
-const ValueEntryNode* entriesOf(const ValueNode& node) {
-  return static_cast<const ValueEntryNode*>(node.address);
-}
-
 std::optional<std::string_view> textOf(const ValueNode& node) {
   if (node.type != Value::Type::string) return std::nullopt;
-  return std::string_view(static_cast<const char*>(node.address), node.size);
+  return ValueBuilder::text(node);
 }
 
 int checkedLevel(int level) {
@@ -51,11 +47,11 @@ ArchivedArray::ArchivedArray(const ValueNode* node, int level)
     : node_(node), level_(checkedLevel(level)) {}
 
 std::optional<std::string_view> ArchivedArray::text(std::size_t index) const {
-  return textOf(static_cast<const ValueNode*>(node_->address)[index]);
+  return textOf(ValueBuilder::elements(*node_)[index]);
 }
 
 ArchivedDictionary ArchivedArray::dictionary(std::size_t index) const {
-  return {static_cast<const ValueNode*>(node_->address) + index, level_ + 1};
+  return {ValueBuilder::elements(*node_) + index, level_ + 1};
 }
 
 ArchivedDictionary::ArchivedDictionary(const ValueNode* node, int level)
@@ -63,7 +59,7 @@ ArchivedDictionary::ArchivedDictionary(const ValueNode* node, int level)
 
 const ValueNode* ArchivedDictionary::find(std::string_view key, Value::Type type) {
   if (node_->type != Value::Type::dictionary) return nullptr;
-  const ValueEntryNode* const entries = entriesOf(*node_);
+  const ValueEntryNode* const entries = ValueBuilder::entries(*node_);
   std::size_t at = next_;
   if (at >= node_->size || entries[at].key != key) at = findEntry(entries, node_->size, key);
   if (at == node_->size) return nullptr;
