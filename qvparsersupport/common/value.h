@@ -52,6 +52,13 @@ class QV_EXPORT Value {
       const void* address;     // the first byte, element or entry, or the object
     };
     std::size_t size = 0;  // bytes, elements or entries
+
+    // The very same payload.
+    friend bool operator==(const Node& left, const Node& right) {
+      if (left.type != right.type || left.size != right.size) return false;
+      if (left.type != Type::number) return left.address == right.address;
+      return left.kind == right.kind && left.bits == right.bits;
+    }
   };
 
   Value() = default;     // the null Value

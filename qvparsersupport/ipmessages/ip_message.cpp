@@ -1,7 +1,12 @@
 #include "qvparsersupport/ipmessages/ip_message.h"
 
+#include <fmt/format.h>
+
+#include "qvparsersupport/common/utf8.h"
 #include "qvparsersupport/ipmessages/message_class.h"
+#include "qvparsersupport/ipmessages/message_rules.h"
 #include "qvparsersupport/json/ip_json_object.h"
+#include "qvparsersupport/json/tree_walk.h"
 
 namespace qv {
 
@@ -10,32 +15,57 @@ const std::int64_t VELIPStatusErrorCodeInsufficientPrivileges = -70401;
 
 namespace {
 
+constexpr const char* kContentType = "Content-Type";
+constexpr std::string_view kHostRule = "message.host";
+
+// Sets what was found, and where, for a message that has no field of exactly that name: the first
+// field that differs in letter case only, which a reader would easily take for it.
+void describeMissingContentType(const QVHTTPMessage& message, QVMessageFault& fault) {
+  fault.actual = fmt::format("no {}", kContentType);
+  const auto& fields = message.headerFields();
+  const std::string wanted = lowercased(kContentType);
+  for (std::size_t i = 0; fields && i < fields->size(); ++i) {
+    const std::string_view name = (*fields)[i].name;
+    if (name.size() != wanted.size() || lowercased(name) != wanted) continue;
+    fault.actual = fmt::format("no {} but {}; the letter case counts", kContentType, name);
+    fault.range = fields->rangeOf(i);
+    return;
+  }
+}
+
 bool sameFault(const QVMessageFault& left, const QVMessageFault& right) {
   return left.rule == right.rule && left.text == right.text && left.range == right.range &&
-         left.actual == right.actual;
+         left.actual == right.actual && left.jsonPointer == right.jsonPointer &&
+         left.key == right.key;
 }
 
 }  // namespace
 
 std::shared_ptr<QVIPMessage> QVIPMessage::requestMessageForHeader(ByteView header,
-                                                                  std::optional<ByteView> payload) {
+                                                                  std::optional<ByteView> payload,
+                                                                  const JSONLimits& limits) {
   auto httpMessage = QVHTTPMessage::initWithHeader(header, payload);
   for (const QVIPMessageClass& messageClass : _messageClasses()) {
     if (!messageClass.messageMatchesHTTPMessage(*httpMessage)) continue;
     auto message = messageClass.make();
+    message->limits_ = limits;
     message->initWithHTTPMessage(std::move(httpMessage));
+    message->finish();
     return message;
   }
   return nullptr;
 }
 
 std::shared_ptr<QVIPMessage> QVIPMessage::responseMessageForRequest(
-    std::shared_ptr<QVIPMessage> request, ByteView header, std::optional<ByteView> payload) {
+    std::shared_ptr<QVIPMessage> request, ByteView header, std::optional<ByteView> payload,
+    const JSONLimits& limits) {
   auto httpMessage = QVHTTPMessage::initWithHeader(header, payload);
   for (const QVIPMessageClass& messageClass : _messageClasses()) {
     if (!messageClass.messageMatchesRequest(request.get(), *httpMessage)) continue;
     auto message = messageClass.make();
+    message->limits_ = limits;
     message->initWithRequest(std::move(request), std::move(httpMessage));
+    message->finish();
     return message;
   }
   return nullptr;
@@ -52,12 +82,87 @@ void QVIPMessage::initWithRequest(std::shared_ptr<QVIPMessage> request,
   performValidation();
 }
 
+void QVIPMessage::setHttpMessage(std::shared_ptr<QVHTTPMessage> message) {
+  httpMessage_ = std::move(message);
+  parsedBody_.reset();
+}
+
+const JSONParseResult& QVIPMessage::parsedBody() {
+  // A built message may be given another body at any time.
+  if (isBuilt_) parsedBody_.reset();
+  if (!parsedBody_) {
+    const auto& body = httpMessageOrEmpty().body();
+    parsedBody_ = body ? parseJSON(*body, limits_) : JSONParseResult();
+    hasRepeatedKeys_ = parsedBody_->hasRepeatedKeys;
+  }
+  return *parsedBody_;
+}
+
+void QVIPMessage::finish() {
+  std::vector<std::string> pointers;
+  std::vector<QVMessageFault*> waiting;
+  for (QVMessageFault& fault : faults_) {
+    if (!fault.jsonPointer || fault.range) continue;
+    pointers.push_back(*fault.jsonPointer);
+    waiting.push_back(&fault);
+  }
+  if (!waiting.empty() && httpMessageOrEmpty().body()) {
+    const auto ranges = rangesOfJSONPointers(*httpMessageOrEmpty().body(), pointers);
+    for (std::size_t i = 0; i < waiting.size(); ++i) waiting[i]->range = ranges[i];
+  }
+  parsedBody_.reset();
+  isBuilt_ = true;
+}
+
+std::optional<ByteRange> QVIPMessage::bodyRangeOfJSONPointer(std::string_view pointer) const {
+  const auto& body = httpMessageOrEmpty().body();
+  return body ? rangeOfJSONPointer(*body, pointer) : std::nullopt;
+}
+
+std::vector<JSONKeyPlace> QVIPMessage::repeatedJSONKeys() const {
+  const auto& body = httpMessageOrEmpty().body();
+  if (!hasRepeatedKeys_ || !body) return {};
+  return qv::repeatedJSONKeys(*body, kMaximumFaults);
+}
+
 void QVIPMessage::checkObjectForError(const QVIPJSONObject* object) {
   const bool faulty =
       object == nullptr || object->errorDescription() || object->childObjectHasError();
-  if (!faulty || errorDescription_) return;
-  setFault(
-      {.rule = "json.payload", .text = "Payload contains an error.", .part = QVMessagePart::body});
+  if (!faulty) return;
+  if (!errorDescription_) {
+    setFault({.rule = "json.payload",
+              .text = "Payload contains an error.",
+              .part = QVMessagePart::body});
+  }
+  if (object == nullptr) return;
+  for (QVIPJSONFault& fault : faultsOfTree(*object, payloadValue(), kMaximumFaults)) {
+    const QVRule* rule = ruleForText(fault.text);
+    keepFault({.rule = rule == nullptr ? kHostRule : rule->id,
+               .text = std::move(fault.text),
+               .part = QVMessagePart::body,
+               .expected = std::move(fault.expected),
+               .actual = std::move(fault.actual),
+               .jsonPointer = std::move(fault.pointer),
+               .key = std::move(fault.key),
+               .definition = std::move(fault.definition)});
+  }
+}
+
+bool QVIPMessage::checkContentType(std::string_view expected) {
+  const auto actual = httpMessageOrEmpty().contentType();
+  if (actual == expected) return true;
+  QVMessageFault fault{.rule = "http.content-type",
+                       .text = fmt::format("Invalid HTTP content type. Expected \"{}\".", expected),
+                       .part = QVMessagePart::header,
+                       .range = httpMessageOrEmpty().valueRangeForKey(kContentType),
+                       .expected = std::string(expected)};
+  if (actual) {
+    fault.actual = *actual;
+  } else {
+    describeMissingContentType(httpMessageOrEmpty(), fault);
+  }
+  setFault(std::move(fault));
+  return false;
 }
 
 const QVHTTPMessage& QVIPMessage::httpMessageOrEmpty() const {
@@ -67,7 +172,7 @@ const QVHTTPMessage& QVIPMessage::httpMessageOrEmpty() const {
 
 void QVIPMessage::setErrorDescription(std::optional<std::string> text) {
   if (text) {
-    setFault({.rule = "message.host", .text = std::move(*text)});
+    setFault({.rule = kHostRule, .text = std::move(*text)});
   } else {
     errorDescription_.reset();
   }

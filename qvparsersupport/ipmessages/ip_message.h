@@ -6,11 +6,14 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "qvparsersupport/common/bytes.h"
 #include "qvparsersupport/common/export.h"
+#include "qvparsersupport/common/json_pointer.h"
+#include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/common/value.h"
 #include "qvparsersupport/ipmessages/http_message.h"
 #include "qvparsersupport/ipmessages/message_fault.h"
@@ -28,7 +31,8 @@ QV_EXPORT extern const std::int64_t VELIPStatusErrorCodeInsufficientPrivileges; 
 // returned; what is wrong with it is its `errorDescription` (the last text) and its `faults` (all
 // of them, in order). Unknown traffic yields null.
 //
-// A message belongs to the thread that uses it. Several threads may classify at once.
+// A message belongs to the thread that uses it. Several threads may classify at once, except for
+// messages with a JSON body; see `sawFailStatus`.
 class QV_EXPORT QVIPMessage {
  public:
   QVIPMessage(const QVIPMessage&) = delete;
@@ -36,13 +40,15 @@ class QV_EXPORT QVIPMessage {
   virtual ~QVIPMessage() = default;
 
   // The message that the header block (see QVHTTPMessage) and body make; null when no request class
-  // recognises it. Buffers are copied.
+  // recognises it. Buffers are copied. A JSON body beyond the limits is one that cannot be parsed.
   static std::shared_ptr<QVIPMessage> requestMessageForHeader(ByteView header,
-                                                              std::optional<ByteView> payload);
+                                                              std::optional<ByteView> payload,
+                                                              const JSONLimits& limits = {});
   // The answer to `request`, or with a null request an event notification; null when no response
   // class recognises it, and for an event notification that is handed in with a request.
   static std::shared_ptr<QVIPMessage> responseMessageForRequest(
-      std::shared_ptr<QVIPMessage> request, ByteView header, std::optional<ByteView> payload);
+      std::shared_ptr<QVIPMessage> request, ByteView header, std::optional<ByteView> payload,
+      const JSONLimits& limits = {});
 
   // Every message class, its bases included; see message_class.h. The same list for the life of the
   // process.
@@ -56,7 +62,7 @@ class QV_EXPORT QVIPMessage {
   virtual const char* className() const = 0;
 
   const std::shared_ptr<QVHTTPMessage>& httpMessage() const { return httpMessage_; }
-  void setHttpMessage(std::shared_ptr<QVHTTPMessage> message) { httpMessage_ = std::move(message); }
+  void setHttpMessage(std::shared_ptr<QVHTTPMessage> message);
   // The last problem found; null means that the message is valid as far as it was checked.
   const std::optional<std::string>& errorDescription() const { return errorDescription_; }
   // A text that is set is also kept in `faults`; null clears only the description.
@@ -70,6 +76,12 @@ class QV_EXPORT QVIPMessage {
   // after the first 10,000.
   static constexpr std::size_t kMaximumFaults = 10'000;
   const std::vector<QVMessageFault>& faults() const { return faults_; }
+
+  // Where the value at a JSON Pointer stands in a JSON body; null when there is none.
+  std::optional<ByteRange> bodyRangeOfJSONPointer(std::string_view pointer) const;
+  // The keys of a JSON body that one object gives more than once, of which the last value counts;
+  // in the order of the body, at most 10,000.
+  std::vector<JSONKeyPlace> repeatedJSONKeys() const;
 
   // The status codes that a response of this class may carry.
   virtual std::span<const char* const> allowedHTTPResponseCodes() const;
@@ -85,8 +97,15 @@ class QV_EXPORT QVIPMessage {
   // The checks that every response undergoes.
   void performValidation();
   // Marks the message as faulty when its decoded payload is absent or faulty and no text is set
-  // yet.
+  // yet. Every fault of the payload is kept.
   void checkObjectForError(const QVIPJSONObject* object);
+  // What a payload is decoded from, for showing it; null when nothing is.
+  virtual std::optional<Value> payloadValue() const { return std::nullopt; }
+  // The body as JSON, whatever its content type; parsed once while the message is built, however
+  // many rules look at it. Neither a value nor an error when there is no body.
+  const JSONParseResult& parsedBody();
+  // Sets a fault and answers false unless the message carries exactly this content type.
+  bool checkContentType(std::string_view expected);
 
   // Sets the error description and keeps the fault.
   void setFault(QVMessageFault fault);
@@ -103,10 +122,18 @@ class QV_EXPORT QVIPMessage {
   bool checkMultiStatus(const std::optional<Value>& dictionary);
   void checkInternalServerError(const std::optional<Value>& dictionary);
 
+  // Ends the construction: finds the bytes of faults that name them by JSON Pointer, and drops the
+  // parsed body.
+  void finish();
+
   std::shared_ptr<QVHTTPMessage> httpMessage_;
   std::optional<std::string> errorDescription_;
   std::shared_ptr<QVIPMessage> request_;
   std::vector<QVMessageFault> faults_;
+  JSONLimits limits_;
+  std::optional<JSONParseResult> parsedBody_;
+  bool isBuilt_ = false;
+  bool hasRepeatedKeys_ = false;
 };
 
 }  // namespace qv

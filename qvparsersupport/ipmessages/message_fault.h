@@ -31,6 +31,11 @@ struct QVMessageFault {
   // The path of a TLV8 field, "06" for the field of type 6, "05[2]" for the second one of type 5;
   // empty for other faults.
   std::string tlv8Path = {};
+  // For a fault of a JSON body, the value concerned as a JSON Pointer (RFC 6901), which is "" for
+  // the whole body, and the key it is about when there is one: for a missing key the pointer names
+  // the object that lacks it. Null and empty for other faults.
+  std::optional<std::string> jsonPointer = {};
+  std::string key = {};
   // The definition that says so, such as the field definition of a TLV8 field; null when none does.
   std::shared_ptr<const QVXMLObject> definition = {};
 };

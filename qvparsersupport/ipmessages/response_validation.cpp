@@ -7,11 +7,15 @@
 #include "qvparsersupport/common/failure.h"
 #include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/common/utf8.h"
+#include "qvparsersupport/ipmessages/body_texts.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
 
 namespace qv {
 
 namespace {
+
+// What is under "status" is no number, or there is nothing.
+constexpr std::string_view kStatusRule = "json.status";
 
 const char* typeName(const Value& value) {
   switch (value.type()) {
@@ -30,10 +34,6 @@ const char* typeName(const Value& value) {
       break;
   }
   return "no JSON value";
-}
-
-ByteRange wholeOf(const Bytes& body) {
-  return {0, body.size()};
 }
 
 }  // namespace
@@ -68,13 +68,12 @@ void QVIPMessage::checkStatusCode() {
 void QVIPMessage::checkNoContent() {
   const auto& body = httpMessageOrEmpty().body();
   if (httpMessageOrEmpty().responseCode() != "204" || !body || body->empty()) return;
-  setFault(
-      {.rule = "http.204-body",
-       .text = "HTTP code 204 indicates no content, but this message has content.",
-       .part = QVMessagePart::body,
-       .range = wholeOf(*body),
-       .expected = "no body",
-       .actual = fmt::format("a body of {} byte{}", body->size(), body->size() == 1 ? "" : "s")});
+  setFault({.rule = "http.204-body",
+            .text = "HTTP code 204 indicates no content, but this message has content.",
+            .part = QVMessagePart::body,
+            .range = wholeOf(*body),
+            .expected = "no body",
+            .actual = bodySizeText(*body)});
 }
 
 // Leaves no dictionary, and finds no fault, when there is no body or it is not said to be JSON.
@@ -84,13 +83,12 @@ bool QVIPMessage::readJSONBody(std::optional<Value>& dictionary) {
   if (!body || !contentType || lowercased(*contentType).find("json") == std::string::npos) {
     return true;
   }
-  JSONParseResult parsed = parseJSON(*body);
+  const JSONParseResult& parsed = parsedBody();
   if (!parsed.value) {
-    const std::size_t offset = std::min(parsed.errorOffset, body->size());
     setFault({.rule = "json.syntax",
               .text = fmt::format("Unable to parse HTTP body as JSON: {}", parsed.error),
               .part = QVMessagePart::body,
-              .range = ByteRange{offset, offset < body->size() ? 1U : 0U}});
+              .range = syntaxErrorRange(parsed, *body)});
     return false;
   }
   if (!parsed.value->isDictionary()) {
@@ -102,7 +100,7 @@ bool QVIPMessage::readJSONBody(std::optional<Value>& dictionary) {
               .actual = typeName(*parsed.value)});
     return false;
   }
-  dictionary = std::move(parsed.value);
+  dictionary = parsed.value;
   return true;
 }
 
@@ -114,7 +112,9 @@ bool QVIPMessage::checkMultiStatus(const std::optional<Value>& dictionary) {
     setFault({.rule = "json.207-characteristics",
               .text = std::move(error->description),
               .part = QVMessagePart::body,
-              .expected = "an array under \"characteristics\""});
+              .expected = "an array under \"characteristics\"",
+              .jsonPointer = dictionary->find("characteristics") ? "/characteristics" : "",
+              .key = "characteristics"});
     return false;
   }
   const std::size_t count = characteristics ? characteristics->count() : 0;
@@ -125,19 +125,22 @@ bool QVIPMessage::checkMultiStatus(const std::optional<Value>& dictionary) {
                 .text = "JSON entity for key 'characteristic' is expected to be of type dictionary",
                 .part = QVMessagePart::body,
                 .expected = "an object",
-                .actual = fmt::format("entry {} is {}", index + 1, typeName(entry))});
+                .actual = fmt::format("entry {} is {}", index + 1, typeName(entry)),
+                .jsonPointer = fmt::format("/characteristics/{}", index)});
       continue;
     }
     if (numberForKey(entry, "status", error)) continue;
     const bool absent = error->code == LookupError::kKeyAbsent;
-    setFault({.rule = "json.207-status",
+    setFault({.rule = absent ? "json.207-status" : kStatusRule,
               .text = absent ? "HTTP code 207 indicates each characteristic in the response body "
                                "must include a status"
                              : std::move(error->description),
               .part = QVMessagePart::body,
               .expected = "a number under \"status\" in each entry",
               .actual = fmt::format("entry {} has {}", index + 1,
-                                    absent ? "none" : typeName(*entry.find("status")))});
+                                    absent ? "none" : typeName(*entry.find("status"))),
+              .jsonPointer = fmt::format("/characteristics/{}{}", index, absent ? "" : "/status"),
+              .key = "status"});
     return false;
   }
   return true;
@@ -149,12 +152,16 @@ void QVIPMessage::checkInternalServerError(const std::optional<Value>& dictionar
   std::optional<LookupError> error;
   const auto status = numberForKey(dictionary, "status", error);
   if (status && status->int64Value() == VELIPStatusErrorCodeInsufficientPrivileges) return;
-  setFault({.rule = "http.500",
+  std::optional<std::string> pointer;
+  if (dictionary) pointer = dictionary->find("status") ? "/status" : "";
+  setFault({.rule = error ? kStatusRule : "http.500",
             .text = error ? std::move(error->description)
                           : "HTTP code 500 indicates Internal Server Error",
             .part = QVMessagePart::body,
             .expected = "no code 500, or -70401 under \"status\"",
-            .actual = status ? status->text() : "no such status"});
+            .actual = status ? status->text() : "no such status",
+            .jsonPointer = pointer,
+            .key = "status"});
 }
 
 }  // namespace qv

@@ -36,7 +36,6 @@ class QV_EXPORT QVIPTLV8PayloadMessage : public QVIPMessage {
   }
 
  private:
-  bool checkContentType();
   void decodeBody();
   void validateFields();
 

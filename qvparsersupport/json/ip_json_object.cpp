@@ -2,36 +2,13 @@
 
 #include <utility>
 
+#include "qvparsersupport/json/json_kinds.h"
+
 namespace qv {
 
 bool sawFailStatus = false;
 
 namespace {
-
-// Fractions are cut off, so 0.5 counts as 0.
-bool isBoolean(const Value& value) {
-  const auto number = value.asNumber();
-  return number && (number->int64Value() == 0 || number->int64Value() == 1);
-}
-
-struct KindRow {
-  QVIPJSONValueType type;
-  bool (*accepts)(const Value&);
-  const char* text;
-};
-
-constexpr KindRow kKinds[] = {
-    {QVIPJSONValueType::number, [](const Value& v) { return v.isNumber(); },
-     "Value is not a number."},
-    {QVIPJSONValueType::string, [](const Value& v) { return v.isString(); },
-     "Value is not a string."},
-    {QVIPJSONValueType::boolean, isBoolean, "Value is not a boolean."},
-    {QVIPJSONValueType::array, [](const Value& v) { return v.isArray(); },
-     "Value is not an array."},
-    {QVIPJSONValueType::object, [](const Value& v) { return v.isDictionary(); },
-     "Value is not an object."},
-    {QVIPJSONValueType::null, [](const Value& v) { return v.isNull(); }, "Value is not null."},
-};
 
 // A true or false is a number here, so no value is ever inferred to be a boolean.
 QVIPJSONValueType kindOf(const std::optional<Value>& value) {
@@ -46,6 +23,9 @@ QVIPJSONValueType kindOf(const std::optional<Value>& value) {
 
 }  // namespace
 
+QVIPJSONObject::QVIPJSONObject() = default;
+QVIPJSONObject::~QVIPJSONObject() = default;
+
 void QVIPJSONObject::initWithJSONObject(std::optional<Value> jsonObject,
                                         const std::shared_ptr<QVIPJSONObject>& parent,
                                         QVIPJSONValueType type) {
@@ -57,15 +37,16 @@ void QVIPJSONObject::initWithJSONObject(std::optional<Value> jsonObject,
   } else {
     checkKind();
   }
+  journal_.clear();
   sawFailStatus = false;
 }
 
+// A type that is no enumerator is kept and not checked.
 void QVIPJSONObject::checkKind() {
-  for (const KindRow& row : kKinds) {
-    if (row.type != jsonType_ || (jsonObject_ && row.accepts(*jsonObject_))) continue;
-    setErrorDescription(row.text);
-    jsonObject_.reset();
-  }
+  const JSONKind* kind = jsonKind(jsonType_);
+  if (kind == nullptr || (jsonObject_ && kind->accepts(*jsonObject_))) return;
+  setErrorDescription(kind->text);
+  jsonObject_.reset();
 }
 
 void QVIPJSONObject::inferKind() {
@@ -75,8 +56,12 @@ void QVIPJSONObject::inferKind() {
   }
 }
 
+std::optional<std::string> QVIPJSONObject::errorDescription() const {
+  return errorDescription_ == nullptr ? std::nullopt : std::optional(*errorDescription_);
+}
+
 void QVIPJSONObject::setErrorDescription(std::optional<std::string> text) {
-  errorDescription_ = std::move(text);
+  errorDescription_ = text ? std::make_unique<std::string>(std::move(*text)) : nullptr;
   if (const auto above = parent()) above->setChildObjectHasError(true);
 }
 
@@ -85,6 +70,26 @@ void QVIPJSONObject::setChildObjectHasError(bool flag) {
   for (auto above = parent(); above != nullptr; above = above->parent()) {
     above->childObjectHasError_ = flag;
   }
+}
+
+std::string QVIPJSONObject::expectation() const {
+  const JSONKind* kind = jsonKind(jsonType_);
+  return kind == nullptr ? "a JSON value" : kind->name;
+}
+
+std::string QVIPJSONObject::expectationForKey(std::string_view, QVIPJSONValueType type) const {
+  const JSONKind* kind = jsonKind(type);
+  return kind == nullptr ? "a JSON value" : kind->name;
+}
+
+std::optional<std::vector<std::string>> QVIPJSONObject::unknownJSONKeys() const {
+  std::vector<std::string> unknown;
+  for (std::size_t i = 0; jsonObject_ && i < jsonObject_->count(); ++i) {
+    const std::string_view key = jsonObject_->keyAt(i);
+    if (jsonObject_->isDictionary() && !journal_.names(key)) unknown.emplace_back(key);
+  }
+  if (unknown.empty()) return std::nullopt;
+  return unknown;
 }
 
 }  // namespace qv

@@ -57,7 +57,7 @@ std::shared_ptr<QVEnumXMLObject> QVSymbolTable::enumWithName(std::string_view na
 
 std::shared_ptr<QVTLV8XMLObject> QVSymbolTable::tlv8WithName(std::string_view name,
                                                              const XMLElement* user) const {
-  auto found = state_->tlv8s.find(name);
+  auto found = findTLV8(name);
   if (found == nullptr && state_->loadInProgress) {
     raiseLoadAssertion(
         fmt::format("Failed to find tlv8 with name {} (Must be defined before usage as sub-tlv)",
@@ -81,10 +81,10 @@ std::shared_ptr<QVCharacteristicXMLObject> QVSymbolTable::parentCharacteristicWi
 
 std::shared_ptr<QVCharacteristicXMLObject> QVSymbolTable::characteristicWithRef(
     std::string_view ref, QVTransport transport) const {
-  const LowercaseRef lowercase(ref);
-  auto found = state_->transportCharacteristics.find({lowercase.view(), transport});
+  auto found = findCharacteristic(ref, transport);
   if (found == nullptr && state_->loadInProgress) {
-    raiseLoadAssertion(fmt::format("Failed to find characteristic with ref {}", lowercase.view()));
+    raiseLoadAssertion(
+        fmt::format("Failed to find characteristic with ref {}", LowercaseRef(ref).view()));
   }
   return found;
 }
@@ -121,6 +121,25 @@ std::shared_ptr<QVServiceXMLObject> QVSymbolTable::serviceWithRef(std::string_vi
     default:
       return nullptr;
   }
+}
+
+std::shared_ptr<QVTLV8XMLObject> QVSymbolTable::findTLV8(std::string_view name) const {
+  return state_->tlv8s.find(name);
+}
+
+std::shared_ptr<QVCharacteristicXMLObject> QVSymbolTable::findCharacteristic(
+    std::string_view ref, QVTransport transport) const {
+  const LowercaseRef lowercase(ref);
+  return state_->transportCharacteristics.find({lowercase.view(), transport});
+}
+
+std::shared_ptr<QVServiceXMLObject> QVSymbolTable::findService(std::string_view ref,
+                                                               QVTransport transport) const {
+  const LowercaseRef lowercase(ref);
+  const auto parent = state_->services.find(lowercase.view());
+  if (parent == nullptr) return nullptr;
+  if (transport == QVTransport::ip) return parent->ip();
+  return transport == QVTransport::btle ? parent->btle() : nullptr;
 }
 
 std::shared_ptr<const XMLDocument> QVSymbolTable::document() const {

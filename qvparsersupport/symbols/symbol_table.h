@@ -72,6 +72,13 @@ class QV_EXPORT QVSymbolTable {
   std::shared_ptr<QVServiceXMLObject> serviceWithRef(std::string_view ref,
                                                      QVTransport transport) const;
 
+  // The same lookups for those who are no part of a load: they never raise.
+  std::shared_ptr<QVTLV8XMLObject> findTLV8(std::string_view name) const;
+  std::shared_ptr<QVCharacteristicXMLObject> findCharacteristic(std::string_view ref,
+                                                                QVTransport transport) const;
+  std::shared_ptr<QVServiceXMLObject> findService(std::string_view ref,
+                                                  QVTransport transport) const;
+
   // The document being loaded, or the last one; null before the first load.
   std::shared_ptr<const XMLDocument> document() const;
   bool loadInProgress() const;

@@ -87,8 +87,8 @@ TEST(IPMessage, ValidatesResponses) {
 
 TEST(IPMessage, InsufficientPrivilegesInA500AreNoFault) {
   const auto answer = [](const char* body) {
-    return faultsOf(
-        *responseTo(requestFrom("PUT /prepare"), "HTTP/1.1 500\r\nContent-Type: json\r\n", body));
+    return faultsOf(*responseTo(requestFrom("PUT /prepare"),
+                                "HTTP/1.1 500\r\nContent-Type: application/vel+json\r\n", body));
   };
   EXPECT_EQ(answer("{\"status\":-70401}"), "");
   EXPECT_NE(answer("{\"status\":-70402}"), "");
@@ -112,8 +112,9 @@ TEST(IPMessage, PublishesStatusCodes) {
 TEST(IPMessage, KeepsABoundedNumberOfFaults) {
   std::string body = "{\"characteristics\":[0";
   for (int i = 0; i < 100'000; ++i) body += ",0";
-  const auto response = responseTo(requestFrom("PUT /prepare"),
-                                   "HTTP/1.1 207\r\nContent-Type: json\r\n", body + ",{}]}");
+  const auto response =
+      responseTo(requestFrom("PUT /prepare"),
+                 "HTTP/1.1 207\r\nContent-Type: application/vel+json\r\n", body + ",{}]}");
   EXPECT_EQ(response->faults().size(), QVIPMessage::kMaximumFaults);
   EXPECT_EQ(": " + *response->errorDescription() + "\n", kStatusText);
 }
@@ -127,6 +128,8 @@ class Probe : public QVIPPrepareResponseMessage {
 
 TEST(IPMessage, TakesOverFaultsOfThePayloadUnlessItHasATextAlready) {
   const auto root = QVIPJSONObject::make<QVIPJSONObject>(Value(), nullptr);
+  const auto number =
+      QVIPJSONObject::make<QVIPJSONObject>(std::nullopt, nullptr, QVIPJSONValueType::number);
   Probe good;
   good.checkObjectForError(root.get());
   EXPECT_EQ(faultsOf(good), "");
@@ -136,18 +139,21 @@ TEST(IPMessage, TakesOverFaultsOfThePayloadUnlessItHasATextAlready) {
   absent.checkObjectForError(nullptr);
   EXPECT_EQ(faultsOf(absent), generic);
 
-  const auto child = QVIPJSONObject::make<QVIPJSONObject>(std::nullopt, root);
-  for (const auto& object : {root, child}) {
-    Probe faulty;
-    faulty.checkObjectForError(object.get());
-    EXPECT_EQ(faultsOf(faulty), generic);
-    faulty.setErrorDescription("mine");
-    faulty.setErrorDescription("mine");
-    faulty.checkObjectForError(object.get());
-    EXPECT_EQ(faultsOf(faulty), generic + "message.host -: mine\n");
-    faulty.setErrorDescription(std::nullopt);
-    EXPECT_EQ(faultsOf(faulty), generic + "message.host -: mine\nnull\n");
-  }
+  Probe faulty;
+  faulty.checkObjectForError(number.get());
+  ASSERT_EQ(faulty.faults().size(), 2U);
+  EXPECT_EQ(faulty.errorDescription(), "Payload contains an error.");
+  EXPECT_EQ(faulty.faults()[1].text, "Value is not a number.");
+  Probe other;
+  other.setErrorDescription("mine");
+  other.setErrorDescription("mine");
+  EXPECT_EQ(faultsOf(other), "message.host -: mine\n");
+  other.checkObjectForError(number.get());
+  ASSERT_EQ(other.faults().size(), 2U);
+  EXPECT_EQ(other.faults()[1].text, "Value is not a number.");
+  EXPECT_EQ(other.errorDescription(), "mine");
+  other.setErrorDescription(std::nullopt);
+  EXPECT_EQ(other.errorDescription(), std::nullopt);
 
   Probe empty;
   empty.initWithRequest(nullptr, nullptr);

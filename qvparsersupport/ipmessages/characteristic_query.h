@@ -1,0 +1,22 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qvparsersupport/common/export.h"
+#include "qvparsersupport/common/failure.h"
+
+namespace qv {
+
+// An accessory id and an instance id, as texts of decimal digits of any length.
+using QVIPCharacteristicID = std::array<std::string, 2>;
+
+// The ids of "/characteristics?id=1.10,2.3" in their order, repeated ones included. Null with a
+// text for every other URL. One pass; takes any number of ids.
+std::optional<std::vector<QVIPCharacteristicID>> characteristicIDsOfURL(std::string_view url,
+                                                                        ErrorSlot errorDescription);
+
+}  // namespace qv

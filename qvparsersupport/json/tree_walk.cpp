@@ -1,0 +1,189 @@
+#include "qvparsersupport/json/tree_walk.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "qvparsersupport/common/json_writer.h"
+
+namespace qv {
+
+// Goes through a tree in the order in which it was read, with the JSON Pointer of where it stands
+// and the raw value there. `Visitor` has `enters(object)`, whether the parts of an object are of
+// interest, `object(object, pointer, value)`, and `entry(object, entry, detail, pointer)` for each
+// journal entry, and `full()`, which ends the walk.
+class QVIPJSONTreeWalk {
+ public:
+  template <class Visitor>
+  static void walk(const QVIPJSONObject& root, const std::optional<Value>& value,
+                   Visitor& visitor) {
+    QVIPJSONTreeWalk walk;
+    walk.enter(root, value, visitor);
+    while (!walk.frames_.empty() && !visitor.full()) walk.step(visitor);
+  }
+
+  static std::optional<Value> rawValue(const QVIPJSONObject& object, QVIPJSONKey key) {
+    return object.rawValue(key);
+  }
+  static bool names(const QVIPJSONObject& object, std::string_view key) {
+    return object.journal_.names(key);
+  }
+
+ private:
+  // An object in the midst of its journal.
+  struct Frame {
+    const QVIPJSONObject* object;
+    std::size_t pointerLength;
+    std::size_t entry = 0;
+    std::size_t child = 0;  // of the entry's children
+  };
+
+  template <class Visitor>
+  void enter(const QVIPJSONObject& object, const std::optional<Value>& value, Visitor& visitor) {
+    visitor.object(object, pointer_, value);
+    if (visitor.enters(object)) frames_.push_back({&object, pointer_.size()});
+  }
+
+  template <class Visitor>
+  void step(Visitor& visitor) {
+    Frame& frame = frames_.back();
+    pointer_.resize(frame.pointerLength);
+    const QVIPJSONJournal& journal = frame.object->journal_;
+    if (frame.entry == journal.size()) {
+      frames_.pop_back();
+      return;
+    }
+    const QVIPJSONJournal::Entry& entry = journal[frame.entry];
+    const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
+    const QVIPJSONJournal::Detail* detail = journal.detailOf(entry);
+    if (frame.child == 0) visitor.entry(*frame.object, entry, detail, pointer_);
+    const QVIPJSONObject* child = nullptr;
+    std::optional<Value> value = rawValue(*frame.object, key);
+    appendJSONPointerKey(pointer_, key.text());
+    if (detail != nullptr) {
+      if (const auto* one = std::get_if<std::shared_ptr<QVIPJSONObject>>(&detail->value)) {
+        if (frame.child == 0) child = one->get();
+      } else if (const auto* many = std::get_if<QVIPJSONObjectList>(&detail->value)) {
+        while (frame.child < many->size() && !visitor.visits(*(*many)[frame.child])) ++frame.child;
+        if (frame.child < many->size()) {
+          child = (*many)[frame.child].get();
+          appendJSONPointerIndex(pointer_, frame.child);
+          if (value) value = value->at(frame.child);
+        }
+      }
+    }
+    if (child == nullptr) {
+      ++frame.entry;
+      frame.child = 0;
+      return;
+    }
+    ++frame.child;
+    enter(*child, value, visitor);  // the frame may move
+  }
+
+  std::string pointer_;
+  std::vector<Frame> frames_;
+};
+
+namespace {
+
+constexpr std::size_t kShownBytes = 120;
+
+std::string shown(const std::optional<Value>& value) {
+  return value ? jsonText(*value, {.maximumBytes = kShownBytes}) : "no JSON value";
+}
+
+class FaultCollector {
+ public:
+  explicit FaultCollector(std::size_t limit) : limit_(limit) {}
+  std::vector<QVIPJSONFault> take() { return std::move(faults_); }
+
+  bool full() const { return faults_.size() >= limit_; }
+  static bool enters(const QVIPJSONObject& object) { return object.childObjectHasError(); }
+  static bool visits(const QVIPJSONObject& object) {
+    return object.childObjectHasError() || object.errorDescription();
+  }
+
+  void object(const QVIPJSONObject& object, const std::string& pointer,
+              const std::optional<Value>& value) {
+    // The definition governs what is inside the object that names it.
+    if (object.errorDescription()) {
+      faults_.push_back({.text = *object.errorDescription(),
+                         .pointer = pointer,
+                         .key = {},
+                         .expected = object.expectation(),
+                         .actual = shown(value),
+                         .definition = definitionAbove(object)});
+    }
+  }
+
+  void entry(const QVIPJSONObject& object, const QVIPJSONJournal::Entry& entry,
+             const QVIPJSONJournal::Detail* detail, const std::string& pointer) {
+    if (full() || detail == nullptr || detail->errorDescription == nullptr) return;
+    const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
+    const std::optional<Value> value = QVIPJSONTreeWalk::rawValue(object, key);
+    QVIPJSONFault fault{.text = *detail->errorDescription,
+                        .pointer = pointer,
+                        .key = std::string(key.text()),
+                        .expected = object.expectationForKey(key.text(), entry.type),
+                        .actual = value ? shown(value) : "no such key",
+                        .definition = definitionAbove(object)};
+    if (value) appendJSONPointerKey(fault.pointer, key.text());
+    faults_.push_back(std::move(fault));
+  }
+
+ private:
+  static std::shared_ptr<const QVXMLObject> definitionAbove(const QVIPJSONObject& object) {
+    if (auto own = object.governingDefinition()) return own;
+    const auto parent = object.parent();
+    return parent == nullptr ? nullptr : parent->governingDefinition();
+  }
+
+  std::size_t limit_;
+  std::vector<QVIPJSONFault> faults_;
+};
+
+class UnreadKeyCollector {
+ public:
+  explicit UnreadKeyCollector(std::size_t limit) : limit_(limit) {}
+  std::vector<JSONKeyPlace> take() { return std::move(places_); }
+
+  bool full() const { return places_.size() >= limit_; }
+  static bool enters(const QVIPJSONObject&) { return true; }
+  static bool visits(const QVIPJSONObject&) { return true; }
+
+  void object(const QVIPJSONObject& object, const std::string& pointer,
+              const std::optional<Value>&) {
+    const std::optional<Value>& value = object.jsonObject();
+    if (!value || !value->isDictionary()) return;
+    for (std::size_t i = 0; i < value->count() && !full(); ++i) {
+      const std::string_view key = value->keyAt(i);
+      if (QVIPJSONTreeWalk::names(object, key)) continue;
+      JSONKeyPlace& place = places_.emplace_back(JSONKeyPlace{pointer, std::string(key), {}});
+      appendJSONPointerKey(place.pointer, key);
+    }
+  }
+  static void entry(const QVIPJSONObject&, const QVIPJSONJournal::Entry&,
+                    const QVIPJSONJournal::Detail*, const std::string&) {}
+
+ private:
+  std::size_t limit_;
+  std::vector<JSONKeyPlace> places_;
+};
+
+}  // namespace
+
+std::vector<QVIPJSONFault> faultsOfTree(const QVIPJSONObject& root,
+                                        const std::optional<Value>& value, std::size_t limit) {
+  FaultCollector collector(limit);
+  QVIPJSONTreeWalk::walk(root, value, collector);
+  return collector.take();
+}
+
+std::vector<JSONKeyPlace> unreadKeysOfTree(const QVIPJSONObject& root, std::size_t limit) {
+  UnreadKeyCollector collector(limit);
+  QVIPJSONTreeWalk::walk(root, root.jsonObject(), collector);
+  return collector.take();
+}
+
+}  // namespace qv

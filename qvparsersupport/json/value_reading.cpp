@@ -1,0 +1,142 @@
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "qvparsersupport/common/value_storage.h"
+#include "qvparsersupport/json/ip_json_object.h"
+#include "qvparsersupport/json/json_kinds.h"
+#include "qvparsersupport/json/validation_guard.h"
+
+namespace qv {
+
+namespace {
+
+// How a read takes its type: the kinds of the construction check, but a string wherever a read for
+// itself makes no other demand, and a null as a boolean.
+const JSONKind* kindOfRead(QVIPJSONValueType type) {
+  switch (type) {
+    case QVIPJSONValueType::unspecified:
+    case QVIPJSONValueType::array:
+    case QVIPJSONValueType::object:
+      return jsonKind(QVIPJSONValueType::string);
+    case QVIPJSONValueType::number:
+    case QVIPJSONValueType::string:
+    case QVIPJSONValueType::boolean:
+    case QVIPJSONValueType::null:
+      break;
+  }
+  return jsonKind(type);
+}
+
+std::unique_ptr<std::string> owned(std::string text) {
+  return std::make_unique<std::string>(std::move(text));
+}
+
+std::string notProvided(QVIPJSONKey key) {
+  return fmt::format("Required key '{}' was not provided.", key.text());
+}
+
+bool isSame(const Value& value, const std::optional<Value>& raw) {
+  return raw && ValueBuilder::node(value) == ValueBuilder::node(*raw);
+}
+
+}  // namespace
+
+void QVIPJSONObject::addFault(QVIPJSONKey key, QVIPJSONValueType type, std::string text) {
+  journal_.addDetail(key, type).errorDescription = owned(std::move(text));
+  setChildObjectHasError(true);
+}
+
+std::optional<Value> QVIPJSONObject::rawValue(QVIPJSONKey key) const {
+  return jsonObject_ ? jsonObject_->find(key.text()) : std::nullopt;
+}
+
+void QVIPJSONObject::addAbsence(QVIPJSONKey key, QVIPJSONValueType type, bool required) {
+  if (required) {
+    addFault(key, type, notProvided(key));
+  } else {
+    journal_.add(key, type, QVIPJSONJournal::kNothing);
+  }
+}
+
+void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, QVIPJSONValueType type, bool required) {
+  const JSONValidationGuard guard;
+  const std::optional<Value> raw = rawValue(key);
+  if (!raw) {
+    addAbsence(key, type, required);
+    return;
+  }
+  const JSONKind* kind = kindOfRead(type);
+  if (kind == nullptr) return;
+  const bool nullBoolean = type == QVIPJSONValueType::boolean && raw->isNull();
+  if (!kind->accepts(*raw) && !nullBoolean) {
+    addFault(key, type, kind->text);
+    return;
+  }
+  journal_.add(key, type, QVIPJSONJournal::kRaw);
+  if (statusExcusesValue() && key.text() == "status") sawFailStatus = true;
+}
+
+void QVIPJSONObject::extractValueForDisallowedKey(QVIPJSONKey key, QVIPJSONValueType type) {
+  extractValueForKey(key, type, false);
+  journal_.setLastError(
+      fmt::format("Key '{}' is not allowed in a write only characteristic", key.text()));
+  setChildObjectHasError(true);
+}
+
+void QVIPJSONObject::extractObject(QVIPJSONKey key, Maker maker, bool required) {
+  const JSONValidationGuard guard;
+  constexpr auto kType = QVIPJSONValueType::object;
+  const std::optional<Value> raw = rawValue(key);
+  if (!raw) {
+    addAbsence(key, kType, required);
+    return;
+  }
+  auto child = maker(*raw, weak_from_this().lock());
+  journal_.addDetail(key, kType).value = std::move(child);
+}
+
+void QVIPJSONObject::extractArray(QVIPJSONKey key, Maker maker, bool required) {
+  const JSONValidationGuard guard;
+  constexpr auto kType = QVIPJSONValueType::array;
+  const std::optional<Value> raw = rawValue(key);
+  if (!raw) {
+    addAbsence(key, kType, required);
+    return;
+  }
+  if (!raw->isArray()) {
+    addFault(key, kType, jsonKind(kType)->text);
+    return;
+  }
+  const auto self = weak_from_this().lock();
+  QVIPJSONObjectList children;
+  children.reserve(raw->count());
+  for (std::size_t i = 0; i < raw->count(); ++i) children.push_back(maker(raw->at(i), self));
+  journal_.addDetail(key, kType).value = std::move(children);
+}
+
+void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, const ValueTransformer& valueTransformer) {
+  const JSONValidationGuard guard;
+  constexpr auto kType = QVIPJSONValueType::unspecified;
+  const std::optional<Value> raw = rawValue(key);
+  if (!raw && statusExcusesValue() && !sawFailStatus) {
+    addFault(key, kType, notProvided(key));
+    return;
+  }
+  if (!raw && key.text() == "value") return;
+  std::optional<std::string> fault;
+  std::optional<Value> value = valueTransformer(raw, &fault);
+  sawFailStatus = false;
+  if (value && !fault && isSame(*value, raw)) {
+    journal_.add(key, kType, QVIPJSONJournal::kRaw);
+  } else if (value || fault) {
+    QVIPJSONJournal::Detail& detail = journal_.addDetail(key, kType);
+    if (value) detail.value = std::move(*value);
+    if (fault) detail.errorDescription = owned(std::move(*fault));
+  } else {
+    journal_.add(key, kType, QVIPJSONJournal::kNothing);
+  }
+  if (fault) setChildObjectHasError(true);
+}
+
+}  // namespace qv

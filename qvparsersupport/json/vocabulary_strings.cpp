@@ -1,0 +1,91 @@
+#include "qvparsersupport/json/vocabulary_strings.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <utility>
+#include <vector>
+
+#include "qvparsersupport/symbols/symbol_table.h"
+#include "qvparsersupport/vocabulary/format_strings.h"
+
+namespace qv {
+
+namespace {
+
+std::optional<std::string_view> stringOf(const QVIPJSONObject& object) {
+  return object.jsonObject() ? object.jsonObject()->asString() : std::nullopt;
+}
+
+template <class Row>
+std::string oneOf(std::span<const Row> rows) {
+  std::vector<std::string_view> strings;
+  for (const Row& row : rows) strings.push_back(row.string);
+  return fmt::format("one of {}", fmt::join(strings, ", "));
+}
+
+}  // namespace
+
+void QVIPFormatString::initWithJSONObject(std::optional<Value> jsonObject,
+                                          const std::shared_ptr<QVIPJSONObject>& parent,
+                                          QVIPJSONValueType) {
+  QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
+  formatType_ = QVFormatStrings::formatTypeForString(stringOf(*this));
+  if (formatType_ == QVFormatType::none) setErrorDescription("Invalid format string.");
+}
+
+std::string QVIPFormatString::expectation() const {
+  return oneOf(QVFormatStrings::_formatStringMapping());
+}
+
+void QVIPPermissionString::initWithJSONObject(std::optional<Value> jsonObject,
+                                              const std::shared_ptr<QVIPJSONObject>& parent,
+                                              QVIPJSONValueType) {
+  QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
+  permissionType_ = QVPermissionStrings::permissionTypeForString(stringOf(*this));
+  if (permissionType_ == QVPermissionType::none) setErrorDescription("Invalid permission string.");
+}
+
+std::string QVIPPermissionString::expectation() const {
+  return oneOf(QVPermissionStrings::_permissionStringMapping());
+}
+
+void QVIPUnitString::initWithJSONObject(std::optional<Value> jsonObject,
+                                        const std::shared_ptr<QVIPJSONObject>& parent,
+                                        QVIPJSONValueType) {
+  QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
+  unitType_ = QVUnitStrings::unitTypeForString(stringOf(*this));
+  if (unitType_ == QVUnitType::none) setErrorDescription("Invalid unit string.");
+}
+
+std::string QVIPUnitString::expectation() const {
+  return oneOf(QVUnitStrings::_unitStringMapping());
+}
+
+void QVIPUUIDTypeString::initWithJSONObject(std::optional<Value> jsonObject,
+                                            const std::shared_ptr<QVIPJSONObject>& parent,
+                                            QVIPJSONValueType) {
+  QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
+  name_.reset();
+  std::optional<std::string> fault;
+  fullUUID_ = QVTypes::fullVELUUIDFromShortUUID(type(), &fault);
+  if (fault) setErrorDescription(std::move(fault));
+  if (!fullUUID_) return;
+  const QVSymbolTable& table = QVSymbolTable::sharedSymbolTable();
+  if (const auto service = table.findService(*fullUUID_, QVTransport::ip)) {
+    name_ = service->name();
+  } else if (const auto characteristic = table.findCharacteristic(*fullUUID_, QVTransport::ip)) {
+    name_ = characteristic->name();
+  }
+}
+
+std::optional<std::string> QVIPUUIDTypeString::type() const {
+  const auto text = stringOf(*this);
+  return text ? std::optional(std::string(*text)) : std::nullopt;
+}
+
+std::string QVIPUUIDTypeString::expectation() const {
+  return "a UUID of up to 8 hexadecimal digits, or a full one of 36 characters";
+}
+
+}  // namespace qv
