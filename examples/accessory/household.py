@@ -87,7 +87,8 @@ ACCESSORIES = [
             Characteristic("A262", 19, "pr ev", "uint8", None,
                            {"minValue": 1, "maxValue": 3, "valid-values": [1, 2, 3]}),
             Characteristic("A263", 20, "pr ev", "uint16", 12, {"minValue": 0, "maxValue": 1000}),
-            Characteristic("A264", 21, "pr ev", "uint8", 97, {"unit": "percentage"})]),
+            Characteristic("A264", 21, "pr ev", "uint8", 97,
+                           {"unit": "percentage", "minValue": 0, "maxValue": 100})]),
         ("7D1C4F5A-63E0-4B11-9C58-2E0A5B7F9D31", 24, {"hidden": True}, [
             Characteristic("7D1C4F5B-63E0-4B11-9C58-2E0A5B7F9D31", 25, "pr", "uint32", 1834,
                            {"description": "Burning hours"})])]),
@@ -102,7 +103,8 @@ ACCESSORIES = [
             Characteristic("A222", 11, "pr pw ev", "float", 21,
                            {"unit": "celsius", "minValue": 4.5, "maxValue": 30, "minStep": 0.5}),
             Characteristic("A223", 12, "pr pw", "tlv8", text(PLAN)),
-            Characteristic("A224", 13, "pr", "uint64", 9007199254740993),
+            Characteristic("A224", 13, "pr", "uint64", 9007199254740993,
+                           {"minValue": 0, "maxValue": 9223372036854775807}),
             Characteristic("A225", 14, "pr ev", "float", 48.25, PERCENT)]),
         ("B204", 16, {}, [
             Characteristic("A230", 17, "pr ev", "uint8", 1),
