@@ -1,16 +1,17 @@
 #include "qvparsersupport/common/base64.h"
 
+#include <algorithm>
 #include <array>
 
 namespace qv {
 
 namespace {
 
+constexpr std::string_view kAlphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::uint8_t kForeign = 0xFF;
 
 constexpr std::array<std::uint8_t, 256> makeDigits() {
-  constexpr std::string_view kAlphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::array<std::uint8_t, 256> digits{};
   digits.fill(kForeign);
   for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
@@ -46,6 +47,17 @@ std::optional<Bytes> base64Decoded(std::string_view text) {
   }
   if (bits != 0) return std::nullopt;  // bits after the last byte
   return bytes;
+}
+
+void appendBase64(std::string& text, ByteView bytes) {
+  for (; !bytes.empty(); bytes = bytes.subspan(std::min<std::size_t>(3, bytes.size()))) {
+    std::uint32_t bits = std::uint32_t{bytes[0]} << 16;
+    if (bytes.size() > 1) bits |= std::uint32_t{bytes[1]} << 8;
+    if (bytes.size() > 2) bits |= bytes[2];
+    for (std::size_t digit = 0; digit < 4; ++digit) {
+      text.push_back(digit > bytes.size() ? '=' : kAlphabet[(bits >> (18 - 6 * digit)) & 63]);
+    }
+  }
 }
 
 }  // namespace qv

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "qvparsersupport/common/bytes.h"
@@ -12,5 +13,8 @@ namespace qv {
 // else: white space, a foreign character, missing or misplaced padding, bits set after the last
 // byte. The empty text gives no bytes.
 QV_EXPORT std::optional<Bytes> base64Decoded(std::string_view text);
+
+// Adds the bytes in the same alphabet, with padding.
+QV_EXPORT void appendBase64(std::string& text, ByteView bytes);
 
 }  // namespace qv

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "qvparsersupport/common/base64.h"
 #include "qvparsersupport/common/utf8.h"
 #include "qvparsersupport/common/value_storage.h"
 
@@ -13,8 +14,6 @@ namespace qv {
 namespace {
 
 constexpr std::string_view kHexadecimal = "0123456789abcdef";
-constexpr std::string_view kBase64 =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::string_view kCut = "...";
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
 // Values that a host builds may be deeper than any text should lean to the right.
@@ -150,14 +149,11 @@ class Writer {
 
   void writeBytes(ByteView bytes) {
     text_.push_back('"');
-    for (; !bytes.empty() && !isFull();
-         bytes = bytes.subspan(std::min<std::size_t>(3, bytes.size()))) {
-      std::uint32_t bits = std::uint32_t{bytes[0]} << 16;
-      if (bytes.size() > 1) bits |= std::uint32_t{bytes[1]} << 8;
-      if (bytes.size() > 2) bits |= bytes[2];
-      for (std::size_t digit = 0; digit < 4; ++digit) {
-        text_.push_back(digit > bytes.size() ? '=' : kBase64[(bits >> (18 - 6 * digit)) & 63]);
-      }
+    constexpr std::size_t kPiece = 3;
+    while (!bytes.empty() && !isFull()) {
+      const ByteView piece = bytes.first(std::min(kPiece, bytes.size()));
+      appendBase64(text_, piece);
+      bytes = bytes.subspan(piece.size());
     }
     text_.push_back('"');
   }
