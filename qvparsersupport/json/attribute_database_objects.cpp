@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "qvparsersupport/common/failure.h"
-#include "qvparsersupport/symbols/symbol_table.h"
 #include "qvparsersupport/vocabulary/format_strings.h"
 
 namespace qv {
@@ -23,6 +22,7 @@ void QVIPAttributeDatabaseObject::initWithJSONObject(std::optional<Value> jsonOb
                                                      const std::shared_ptr<QVIPJSONObject>& parent,
                                                      QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(1, 1);
   extractArrayValueForKey<QVIPAccessoryObject>("accessories");
 }
 
@@ -35,6 +35,7 @@ void QVIPAccessoryObject::initWithJSONObject(std::optional<Value> jsonObject,
                                              const std::shared_ptr<QVIPJSONObject>& parent,
                                              QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(2, 1);
   extractValueForKey("aid", Kind::number);
   extractArrayValueForKey<QVIPServiceObject>("services");
 }
@@ -52,6 +53,7 @@ void QVIPServiceObject::initWithJSONObject(std::optional<Value> jsonObject,
                                            const std::shared_ptr<QVIPJSONObject>& parent,
                                            QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(6, 2);
   extractObjectValueForKey<QVIPUUIDTypeString>("type");
   extractValueForKey("iid", Kind::number);
   extractArrayValueForKey<QVIPCharacteristicObject>("characteristics");
@@ -89,6 +91,7 @@ void QVIPCharacteristicObject::initWithJSONObject(std::optional<Value> jsonObjec
                                                   const std::shared_ptr<QVIPJSONObject>& parent,
                                                   QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(15, 4);
   extractObjectValueForKey<QVIPUUIDTypeString>("type");
   extractValueForKey("iid", Kind::number);
   extractArrayValueForKey<QVIPPermissionString>("perms");
@@ -108,12 +111,8 @@ void QVIPCharacteristicObject::initWithJSONObject(std::optional<Value> jsonObjec
 }
 
 void QVIPCharacteristicObject::findDefinitionAndTransformer() {
-  definition_.reset();
   const auto type = typeValue();
-  if (type != nullptr && type->fullUUID()) {
-    definition_ =
-        QVSymbolTable::sharedSymbolTable().findCharacteristic(*type->fullUUID(), QVTransport::ip);
-  }
+  definition_ = type == nullptr ? nullptr : type->characteristic();
   // No transformer serves the format `none`.
   transformer_ = QVTransformer::transformerForTransport(QVTransport::ip, format());
 }

@@ -19,6 +19,7 @@ void QVIPCharacteristicReadObject::initWithJSONObject(std::optional<Value> jsonO
                                                       const std::shared_ptr<QVIPJSONObject>& parent,
                                                       QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(3, 0);
   extractValueForKey("iid", Kind::number);
   extractValueForKey("aid", Kind::number);
   extractValueForKey("value", unchanged);
@@ -40,6 +41,7 @@ void QVIPCharacteristicReadObjectWithStatus::initWithJSONObject(
     std::optional<Value> jsonObject, const std::shared_ptr<QVIPJSONObject>& parent,
     QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(4, 0);
   extractValueForKey("iid", Kind::number);
   extractValueForKey("aid", Kind::number);
   extractValueForKey("status", Kind::number);
@@ -66,6 +68,7 @@ void QVIPMultipleCharacteristicReadObject::initWithJSONObject(
     std::optional<Value> jsonObject, const std::shared_ptr<QVIPJSONObject>& parent,
     QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(2, 1);
   if (HTTPResponse_ == "500") extractValueForKey("status", Kind::number, kOptional);
   if (HTTPResponse_ == "207") {
     extractArrayValueForKey<QVIPCharacteristicReadObjectWithStatus>("characteristics");
@@ -87,6 +90,7 @@ void QVIPCharacteristicWriteObject::initWithJSONObject(
     std::optional<Value> jsonObject, const std::shared_ptr<QVIPJSONObject>& parent,
     QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(5, 0);
   extractValueForKey("iid", Kind::number);
   extractValueForKey("aid", Kind::number);
   extractValueForKey("authData", Kind::string, kOptional);
@@ -126,6 +130,7 @@ void QVIPMultipleCharacteristicWriteObject::initWithJSONObject(
     std::optional<Value> jsonObject, const std::shared_ptr<QVIPJSONObject>& parent,
     QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, Kind::object);
+  expectReads(1, 1);
   extractArrayValueForKey<QVIPCharacteristicWriteObject>("characteristics");
 }
 

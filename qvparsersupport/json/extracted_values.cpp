@@ -32,7 +32,7 @@ std::vector<QVIPJSONExtractedValue> QVIPJSONObject::extractedValues() const {
 const QVIPJSONJournal::Entry* QVIPJSONObject::readThatFilled(QVIPJSONKey key) const {
   for (std::size_t i = journal_.size(); i > 0; --i) {
     const QVIPJSONJournal::Entry& entry = journal_[i - 1];
-    if (QVIPJSONJournal::keyOf(entry) != key) continue;
+    if (!QVIPJSONJournal::isOf(entry, key)) continue;
     const auto* detail = journal_.detailOf(entry);
     if (journal_.isRaw(entry) || (detail != nullptr && detail->value.index() != 0)) return &entry;
   }

@@ -16,17 +16,15 @@ class QVIPJSONKey {
       : text_(text) {}
 
   std::string_view text() const { return text_; }
-  const char* c_str() const { return text_; }
-  friend bool operator==(QVIPJSONKey left, QVIPJSONKey right) {
-    return left.text_ == right.text_ || left.text() == right.text();
-  }
+  const char* c_str() const { return text_.data(); }
+  friend bool operator==(QVIPJSONKey left, QVIPJSONKey right) { return left.text_ == right.text_; }
 
  private:
   friend class QVIPJSONJournal;
   struct FromJournal {};
   QVIPJSONKey(const char* text, FromJournal) : text_(text) {}
 
-  const char* text_;
+  std::string_view text_;
 };
 
 // The name of the property that a key fills: the key without any "-", and "Value" after it.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,7 +29,6 @@ class QVIPJSONJournal {
   struct Detail {
     std::variant<std::monostate, Value, std::shared_ptr<QVIPJSONObject>, QVIPJSONObjectList> value;
     std::unique_ptr<std::string> errorDescription;
-    bool raw = false;  // the raw value was obtained as it is
   };
   struct Entry {
     const char* key;
@@ -36,24 +36,45 @@ class QVIPJSONJournal {
     std::uint32_t outcome;  // kNothing, kRaw or a position among the details
   };
 
+  QVIPJSONJournal() = default;
+  QVIPJSONJournal(const QVIPJSONJournal&) = delete;
+  QVIPJSONJournal& operator=(const QVIPJSONJournal&) = delete;
+  ~QVIPJSONJournal() { clear(); }
+
   void clear();
+  // Makes room for so many entries and details, so that they cost one allocation each.
+  void reserve(std::size_t entries, std::size_t details);
   void add(QVIPJSONKey key, QVIPJSONValueType type, std::uint32_t outcome);
   Detail& addDetail(QVIPJSONKey key, QVIPJSONValueType type);
-  // Nothing happens to an empty journal.
-  void setLastError(std::string text);
+  // Nothing happens to an empty journal. `raw` is what a read of the raw value obtained.
+  void setLastError(std::string text, const std::optional<Value>& raw);
 
   // Whether an entry is of this key.
   bool names(std::string_view key) const;
-  std::size_t size() const { return entries_.size(); }
-  const Entry& operator[](std::size_t index) const { return entries_[index]; }
+  std::size_t size() const { return reads_ == nullptr ? 0 : reads_->size; }
+  const Entry& operator[](std::size_t index) const { return reads_->entries()[index]; }
   // Null when the entry has none.
   const Detail* detailOf(const Entry& entry) const;
-  bool isRaw(const Entry& entry) const;
+  static bool isRaw(const Entry& entry) { return entry.outcome == kRaw; }
   static QVIPJSONKey keyOf(const Entry& entry) { return {entry.key, QVIPJSONKey::FromJournal()}; }
+  // The same as comparing with `keyOf`, without measuring the entry's key.
+  static bool isOf(const Entry& entry, QVIPJSONKey key) {
+    return entry.key == key.c_str() ||
+           (*entry.key == *key.c_str() && std::strcmp(entry.key, key.c_str()) == 0);
+  }
 
  private:
-  std::vector<Entry> entries_;
-  std::vector<Detail> details_;
+  // The entries stand right behind it. Most objects of a database are strings and numbers that read
+  // nothing, so an empty journal is one null pointer.
+  struct Reads {
+    std::vector<Detail> details;
+    std::uint32_t size = 0;
+    std::uint32_t capacity = 0;
+    Entry* entries() { return reinterpret_cast<Entry*>(this + 1); }
+  };
+  void grow(std::size_t capacity);
+
+  Reads* reads_ = nullptr;
 };
 
 }  // namespace qv

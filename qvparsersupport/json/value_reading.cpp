@@ -80,19 +80,20 @@ void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, QVIPJSONValueType type,
 void QVIPJSONObject::extractValueForDisallowedKey(QVIPJSONKey key, QVIPJSONValueType type) {
   extractValueForKey(key, type, false);
   journal_.setLastError(
-      fmt::format("Key '{}' is not allowed in a write only characteristic", key.text()));
+      fmt::format("Key '{}' is not allowed in a write only characteristic", key.text()),
+      rawValue(key));
   setChildObjectHasError(true);
 }
 
 void QVIPJSONObject::extractObject(QVIPJSONKey key, Maker maker, bool required) {
   const JSONValidationGuard guard;
   constexpr auto kType = QVIPJSONValueType::object;
-  const std::optional<Value> raw = rawValue(key);
+  std::optional<Value> raw = rawValue(key);
   if (!raw) {
     addAbsence(key, kType, required);
     return;
   }
-  auto child = maker(*raw, weak_from_this().lock());
+  auto child = maker(std::move(*raw), weak_from_this().lock());
   journal_.addDetail(key, kType).value = std::move(child);
 }
 

@@ -17,6 +17,11 @@ std::optional<std::string_view> stringOf(const QVIPJSONObject& object) {
   return object.jsonObject() ? object.jsonObject()->asString() : std::nullopt;
 }
 
+template <class Type>
+std::uint8_t narrow(Type type) {
+  return static_cast<std::uint8_t>(type);
+}
+
 template <class Row>
 std::string oneOf(std::span<const Row> rows) {
   std::vector<std::string_view> strings;
@@ -30,8 +35,8 @@ void QVIPFormatString::initWithJSONObject(std::optional<Value> jsonObject,
                                           const std::shared_ptr<QVIPJSONObject>& parent,
                                           QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
-  formatType_ = QVFormatStrings::formatTypeForString(stringOf(*this));
-  if (formatType_ == QVFormatType::none) setErrorDescription("Invalid format string.");
+  formatType_ = narrow(QVFormatStrings::formatTypeForString(stringOf(*this)));
+  if (formatType() == QVFormatType::none) setErrorDescription("Invalid format string.");
 }
 
 std::string QVIPFormatString::expectation() const {
@@ -42,8 +47,8 @@ void QVIPPermissionString::initWithJSONObject(std::optional<Value> jsonObject,
                                               const std::shared_ptr<QVIPJSONObject>& parent,
                                               QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
-  permissionType_ = QVPermissionStrings::permissionTypeForString(stringOf(*this));
-  if (permissionType_ == QVPermissionType::none) setErrorDescription("Invalid permission string.");
+  permissionType_ = narrow(QVPermissionStrings::permissionTypeForString(stringOf(*this)));
+  if (permissionType() == QVPermissionType::none) setErrorDescription("Invalid permission string.");
 }
 
 std::string QVIPPermissionString::expectation() const {
@@ -54,8 +59,8 @@ void QVIPUnitString::initWithJSONObject(std::optional<Value> jsonObject,
                                         const std::shared_ptr<QVIPJSONObject>& parent,
                                         QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
-  unitType_ = QVUnitStrings::unitTypeForString(stringOf(*this));
-  if (unitType_ == QVUnitType::none) setErrorDescription("Invalid unit string.");
+  unitType_ = narrow(QVUnitStrings::unitTypeForString(stringOf(*this)));
+  if (unitType() == QVUnitType::none) setErrorDescription("Invalid unit string.");
 }
 
 std::string QVIPUnitString::expectation() const {
@@ -66,17 +71,24 @@ void QVIPUUIDTypeString::initWithJSONObject(std::optional<Value> jsonObject,
                                             const std::shared_ptr<QVIPJSONObject>& parent,
                                             QVIPJSONValueType) {
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
-  name_.reset();
+  service_.reset();
+  characteristic_.reset();
   std::optional<std::string> fault;
-  fullUUID_ = QVTypes::fullVELUUIDFromShortUUID(type(), &fault);
+  const auto uuid = QVTypes::fullVELUUIDFromShortUUID(type(), &fault);
   if (fault) setErrorDescription(std::move(fault));
-  if (!fullUUID_) return;
+  if (!uuid) return;
   const QVSymbolTable& table = QVSymbolTable::sharedSymbolTable();
-  if (const auto service = table.findService(*fullUUID_, QVTransport::ip)) {
-    name_ = service->name();
-  } else if (const auto characteristic = table.findCharacteristic(*fullUUID_, QVTransport::ip)) {
-    name_ = characteristic->name();
-  }
+  service_ = table.findService(*uuid, QVTransport::ip);
+  characteristic_ = table.findCharacteristic(*uuid, QVTransport::ip);
+}
+
+std::optional<std::string> QVIPUUIDTypeString::fullUUID() const {
+  return QVTypes::fullVELUUIDFromShortUUID(type());
+}
+
+std::optional<std::string> QVIPUUIDTypeString::name() const {
+  if (service_ != nullptr) return service_->name();
+  return characteristic_ == nullptr ? std::nullopt : characteristic_->name();
 }
 
 std::optional<std::string> QVIPUUIDTypeString::type() const {

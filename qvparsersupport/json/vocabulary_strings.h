@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "qvparsersupport/common/export.h"
+#include "qvparsersupport/definitions/characteristic_xml_object.h"
+#include "qvparsersupport/definitions/service_xml_object.h"
 #include "qvparsersupport/json/ip_json_object.h"
 #include "qvparsersupport/vocabulary/types.h"
 
@@ -19,11 +22,11 @@ class QV_EXPORT QVIPFormatString : public QVIPJSONObject {
   void initWithJSONObject(std::optional<Value> jsonObject,
                           const std::shared_ptr<QVIPJSONObject>& parent,
                           QVIPJSONValueType type) override;
-  QVFormatType formatType() const { return formatType_; }
+  QVFormatType formatType() const { return QVFormatType{formatType_}; }
   std::string expectation() const override;
 
  private:
-  QVFormatType formatType_ = QVFormatType::none;
+  std::uint8_t formatType_ = 0;  // no larger than the room that the base leaves at its end
 };
 
 class QV_EXPORT QVIPPermissionString : public QVIPJSONObject {
@@ -31,11 +34,11 @@ class QV_EXPORT QVIPPermissionString : public QVIPJSONObject {
   void initWithJSONObject(std::optional<Value> jsonObject,
                           const std::shared_ptr<QVIPJSONObject>& parent,
                           QVIPJSONValueType type) override;
-  QVPermissionType permissionType() const { return permissionType_; }
+  QVPermissionType permissionType() const { return QVPermissionType{permissionType_}; }
   std::string expectation() const override;
 
  private:
-  QVPermissionType permissionType_ = QVPermissionType::none;
+  std::uint8_t permissionType_ = 0;  // no larger than the room that the base leaves at its end
 };
 
 class QV_EXPORT QVIPUnitString : public QVIPJSONObject {
@@ -43,11 +46,11 @@ class QV_EXPORT QVIPUnitString : public QVIPJSONObject {
   void initWithJSONObject(std::optional<Value> jsonObject,
                           const std::shared_ptr<QVIPJSONObject>& parent,
                           QVIPJSONValueType type) override;
-  QVUnitType unitType() const { return unitType_; }
+  QVUnitType unitType() const { return QVUnitType{unitType_}; }
   std::string expectation() const override;
 
  private:
-  QVUnitType unitType_ = QVUnitType::none;
+  std::uint8_t unitType_ = 0;  // no larger than the room that the base leaves at its end
 };
 
 // The UUID of a service or characteristic, in its short or full form.
@@ -59,15 +62,20 @@ class QV_EXPORT QVIPUUIDTypeString : public QVIPJSONObject {
   // The string as it was found; null when it was no string.
   std::optional<std::string> type() const;
   // In lower case; null when the string has the length of neither form.
-  const std::optional<std::string>& fullUUID() const { return fullUUID_; }
+  std::optional<std::string> fullUUID() const;
   // Of the definition that has this UUID on the IP transport; null when the shared symbol table has
   // none. A service's name wins over a characteristic's.
-  const std::optional<std::string>& name() const { return name_; }
+  std::optional<std::string> name() const;
+  // The characteristic definition that has this UUID on the IP transport, as the shared symbol
+  // table had it when the object was built; null when it had none.
+  const std::shared_ptr<QVCharacteristicXMLObject>& characteristic() const {
+    return characteristic_;
+  }
   std::string expectation() const override;
 
  private:
-  std::optional<std::string> fullUUID_;
-  std::optional<std::string> name_;
+  std::shared_ptr<QVServiceXMLObject> service_;
+  std::shared_ptr<QVCharacteristicXMLObject> characteristic_;
 };
 
 }  // namespace qv
