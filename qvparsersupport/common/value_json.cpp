@@ -221,8 +221,7 @@ class FromJSON : public TreeMapper {
     const auto wrapper = wrapperIn(node);
     if (!wrapper) {
       return refuse(
-          fmt::format("A dictionary with the key {} needs a text there, the key {} and no other",
-                      kKindKey, kValueKey));
+          "A dictionary with the key $kind needs a text there, the key value and no other");
     }
     return unwrap(node, *wrapper);
   }
@@ -246,11 +245,11 @@ class FromJSON : public TreeMapper {
     if (wrapper.kind == kBytes) return readBase64(node, Type::bytes, wrapper);
     if (wrapper.kind == kString) return readBase64(node, Type::string, wrapper);
     if (wrapper.kind == kDictionary) return readPairs(node, wrapper);
-    return refuse(fmt::format("Unknown {} '{}'", kKindKey, wrapper.kind));
+    return refuse(fmt::format("Unknown $kind '{}'", wrapper.kind));
   }
 
   bool refuseValue(const Wrapper& wrapper) {
-    return refuse(fmt::format("The value of {} '{}' does not fit it", kKindKey, wrapper.kind));
+    return refuse(fmt::format("The value of $kind '{}' does not fit it", wrapper.kind));
   }
 
   bool readInteger(ValueNode& node, const IntegerKind& row, const Wrapper& wrapper) {

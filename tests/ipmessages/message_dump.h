@@ -4,6 +4,7 @@
 #include <string>
 
 #include "qvparsersupport/ipmessages/ip_message.h"
+#include "qvparsersupport/ipmessages/message_rules.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
@@ -21,6 +22,8 @@ inline std::string faultsOf(const QVIPMessage& message) {
     }
     if (!fault.tlv8Path.empty()) out += " " + fault.tlv8Path;
     out += ": " + fault.text + "\n";
+    const QVRule* rule = ruleForText(fault.text);
+    EXPECT_EQ(rule != nullptr ? rule->id : "message.host", fault.rule) << fault.text;
   }
   const std::string last = message.faults().empty() ? "null" : message.faults().back().text;
   const std::string description = message.errorDescription().value_or("null");

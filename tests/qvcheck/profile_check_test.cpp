@@ -17,14 +17,14 @@ TEST(ProfileCheck, reportsTheVerdictWithItsPlace) {
       {profileText(one, "", "", ""), 0,
        "p.xml: accepted: 1 enum, 0 TLV8 structures, 0 characteristics, 0 services\n"},
       {profileText(one + "\n" + one, "", "", ""), 4,
-       "p.xml:2:1: error[profile.refused]: Enum name E is not unique\n"
+       "p.xml:2:1: error[profile.duplicate-name]: Enum name E is not unique\n"
        "      <enum name=\"E\" format=\"int\"><values/></enum>\n\n"},
       {profileText(
            "",
            "<tlv8 name='T'><fields>\n  <field type='0x01' name='F' format='bool'/></fields></tlv8>",
            "", ""),
        4,
-       "p.xml:2:3: error[profile.refused]: No tlv8 value transformer found for field 'F'\n"
+       "p.xml:2:3: error[profile.no-transformer]: No tlv8 value transformer found for field 'F'\n"
        "      <field type=\"0x01\" name=\"F\" format=\"bool\"/>\n\n"},
       {"<profile>\n  <enums></profile>", 4, "p.xml:2:12: error[profile.xml]: mismatched tag\n\n"},
       {"", 4, "p.xml:1:1: error[profile.xml]: no element found\n\n"},

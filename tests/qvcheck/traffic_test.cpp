@@ -15,6 +15,7 @@
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 #include "tests/support/temporary_folder.h"
+#include "tools/qvcheck/tool_rules.h"
 
 namespace qv::test {
 namespace {
@@ -67,7 +68,11 @@ TEST_P(Traffic, formsAgree) {
     last = nlohmann::json::parse(line);
     ++counts[last["type"]];
     if (last["type"] == "finding") {
-      EXPECT_NE(text.find(last["rule"].get<std::string>() + "]: "), std::string::npos) << line;
+      const auto rule = last["rule"].get<std::string>();
+      EXPECT_NE(text.find(rule + "]: "), std::string::npos) << line;
+      const QVRule* known = last["origin"] == "tool" ? check::anyRuleWithID(rule)
+                                                     : ruleForText(last["text"].get<std::string>());
+      EXPECT_TRUE(known != nullptr && known->id == rule) << line;
     }
   }
   EXPECT_EQ(last["type"], "summary");

@@ -15,13 +15,15 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  qvcheck traffic --profile lamp.xml --request run1.req --response run1.rsp\n"
     "  qvcheck profile check lamp.xml\n"
+    "  qvcheck explain http.204-body\n"
     "\n"
     "Exit codes: 0 nothing found, 1 findings at or above --fail-on, 2 wrong usage,\n"
     "3 input unreadable, damaged or incomplete, 4 profile refused, 5 nothing was judged,\n"
     "70 fault of the tool itself, 128+n ended by signal n.";
 
 // In the order of the help.
-constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {makeTrafficFamily, makeProfileFamily};
+constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {makeTrafficFamily, makeProfileFamily,
+                                                             makeRulesFamily};
 
 }  // namespace
 

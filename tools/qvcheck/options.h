@@ -9,8 +9,8 @@
 
 namespace qv::check {
 
-// Nothing to run: a text to print (help, version, or what is wrong with the usage) and the exit
-// code.
+// Nothing to run: a text to print (help, version, the rules, or what is wrong with the usage) and
+// the exit code.
 struct Answer {
   std::string text;
   ExitCode exit = ExitCode::clean;

@@ -8,6 +8,7 @@
 #include "qvparsersupport/common/xml_reader.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/tool_rules.h"
 
 namespace qv::check {
 
@@ -105,7 +106,8 @@ void reportRefusal(const Documents& documents, const std::optional<std::string>&
     report.profile(record);
     if (!record.accepted) break;  // later documents were not read
   }
-  Finding finding = refusal(report, "profile.refused", textOrNull(reason));
+  Finding finding =
+      refusal(report, std::string(ruleOfRefusal(textOrNull(reason))), textOrNull(reason));
   if (culprit != nullptr) {
     finding.location.name = culprit->name();
     std::shared_ptr<const XMLElement> place = culprit->rootElement();
