@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -20,8 +21,10 @@ namespace {
 
 namespace bj = boost::json;
 
-// Receives the parser's events and builds nodes in one arena. Finished values wait on a stack; the
-// end of an array or object moves its part of the stack into the arena. Keys wait beside it.
+// Receives the parser's events and builds nodes in one arena. The text itself stands in the arena
+// too, so keys and strings without escapes need no copy of their own. Finished values wait on a
+// stack; the end of an array or object moves its part of the stack into the arena. Keys wait beside
+// it.
 class TreeHandler {
  public:
   static constexpr std::size_t max_object_size = static_cast<std::size_t>(-1);
@@ -29,15 +32,13 @@ class TreeHandler {
   static constexpr std::size_t max_key_size = static_cast<std::size_t>(-1);
   static constexpr std::size_t max_string_size = static_cast<std::size_t>(-1);
 
-  TreeHandler() : storage_(ValueStorage::make()) {}
-  TreeHandler(const TreeHandler&) = delete;
-  TreeHandler& operator=(const TreeHandler&) = delete;
-  ~TreeHandler() {
-    if (storage_ != nullptr) storage_->release();
-  }
+  explicit TreeHandler(std::string_view text)
+      : storage_(ValueStorage::make()), text_(storage_->copyText(text)) {}
 
-  Value take() { return ValueBuilder::adopt(values_.back(), std::exchange(storage_, nullptr)); }
-  bool hasRepeatedKeys() const { return !repeated_.empty(); }
+  // The text in the arena: what is to be parsed.
+  std::string_view text() const { return text_; }
+  Value take() { return ValueBuilder::adopt(values_.back(), std::move(storage_)); }
+  bool hasRepeatedKeys() const { return hasRepeatedKeys_; }
 
   bool on_document_begin(bj::error_code&) { return true; }
   bool on_document_end(bj::error_code&) { return true; }
@@ -45,12 +46,10 @@ class TreeHandler {
   bool on_array_begin(bj::error_code&) { return true; }
 
   bool on_object_end(std::size_t count, bj::error_code&) {
-    entries_.clear();
-    for (std::size_t i = 0; i < count; ++i) {
-      entries_.push_back({keys_[keys_.size() - count + i], values_[values_.size() - count + i]});
-    }
     std::size_t size = 0;
-    const ValueEntryNode* copy = storage_->copyEntries(entries_, size, &repeated_);
+    const ValueEntryNode* copy =
+        storage_->copyEntries(std::span(keys_).last(count), std::span(values_).last(count), size);
+    hasRepeatedKeys_ = hasRepeatedKeys_ || size < count;
     keys_.resize(keys_.size() - count);
     values_.resize(values_.size() - count);
     push(Value::Type::dictionary, copy, size);
@@ -58,8 +57,7 @@ class TreeHandler {
   }
 
   bool on_array_end(std::size_t count, bj::error_code&) {
-    const ValueNode* copy =
-        storage_->copyNodes(std::span(values_.data() + values_.size() - count, count));
+    const ValueNode* copy = storage_->copyNodes(std::span(values_).last(count));
     values_.resize(values_.size() - count);
     push(Value::Type::array, copy, count);
     return true;
@@ -116,8 +114,12 @@ class TreeHandler {
     return true;
   }
 
+  bool isInText(const char* place) const {
+    return !std::less<>()(place, text_.data()) && std::less<>()(place, text_.data() + text_.size());
+  }
+
   std::string_view finishText(bj::string_view part) {
-    if (pending_.empty()) return storage_->copyText({part.data(), part.size()});
+    if (pending_.empty() && isInText(part.data())) return {part.data(), part.size()};
     pending_.append(part.data(), part.size());
     const std::string_view text = storage_->copyText(pending_);
     pending_.clear();
@@ -134,12 +136,12 @@ class TreeHandler {
     values_.push_back(ValueBuilder::nodeOf(type, address, size));
   }
 
-  ValueStorage* storage_;
+  ValueStorage::Owner storage_;
+  std::string_view text_;
   std::vector<ValueNode> values_;
   std::vector<std::string_view> keys_;
-  std::vector<ValueEntryNode> entries_;
-  std::vector<std::string_view> repeated_;
   std::string pending_;
+  bool hasRepeatedKeys_ = false;
 };
 
 }  // namespace
@@ -153,10 +155,10 @@ JSONParseResult parseJSON(ByteView text, const JSONLimits& limits) {
   }
   bj::parse_options options;
   options.max_depth = std::min(limits.maximumDepth, JSONLimits::kMaximumDepth);
-  bj::basic_parser<TreeHandler> parser(options);
+  bj::basic_parser<TreeHandler> parser(options, textOf(text));
   bj::error_code error;
-  const std::size_t consumed =
-      parser.write_some(false, reinterpret_cast<const char*>(text.data()), text.size(), error);
+  const std::string_view kept = parser.handler().text();
+  const std::size_t consumed = parser.write_some(false, kept.data(), kept.size(), error);
   JSONParseResult result;
   if (!error && consumed < text.size()) error = bj::error::extra_data;
   if (!error && !parser.done()) error = bj::error::incomplete;

@@ -28,8 +28,12 @@ struct JSONParseResult {
 // Reads one JSON text (RFC 8259, any top-level kind) of UTF-8 into a Value: integers that fit get
 // the signed 64-bit kind, or else the unsigned one; numbers with a fraction or an exponent and
 // larger integers get the double kind; true and false the char kind. Refused, with a text that
-// names the byte: bad syntax, invalid UTF-8, lone surrogates, a number beyond double, what exceeds
-// the limits, bytes after the value. Of a repeated key the last value wins.
+// names the byte: bad syntax, invalid UTF-8, lone surrogates, a number beyond double or with an
+// exponent beyond 31 bits, what exceeds the limits, bytes after the value. Of a repeated key the
+// last value wins.
+//
+// The value keeps a copy of the text. For each byte of text it takes at most 9 bytes, and reading
+// it at most 20; of an attribute database 3.4.
 QV_EXPORT JSONParseResult parseJSON(ByteView text, const JSONLimits& limits = {});
 
 }  // namespace qv

@@ -9,22 +9,11 @@ namespace qv {
 
 namespace {
 
-// Keeps a fresh storage from leaking when filling it fails.
-struct StorageOwner {
-  ValueStorage* storage = ValueStorage::make();
-  StorageOwner() = default;
-  StorageOwner(const StorageOwner&) = delete;
-  StorageOwner& operator=(const StorageOwner&) = delete;
-  ~StorageOwner() {
-    if (storage != nullptr) storage->release();
-  }
-  ValueStorage* take() { return std::exchange(storage, nullptr); }
-};
-
 Value leaf(Value::Type type, std::string_view payload) {
-  StorageOwner owner;
-  const std::string_view copy = owner.storage->copyText(payload);
-  return ValueBuilder::adopt(ValueBuilder::nodeOf(type, copy.data(), copy.size()), owner.take());
+  ValueStorage::Owner owner = ValueStorage::make();
+  const std::string_view copy = owner->copyText(payload);
+  return ValueBuilder::adopt(ValueBuilder::nodeOf(type, copy.data(), copy.size()),
+                             std::move(owner));
 }
 
 // Compares two nodes without looking into containers; containers of equal size go onto the list.
@@ -64,12 +53,28 @@ ValueNode ValueBuilder::nodeOf(Value::Type type, const void* address, std::size_
   ValueNode node;
   node.type = type;
   node.address = address;
-  node.size = size;
+  node.size = size & ((std::uint64_t{1} << 48) - 1);
   return node;
 }
 
 Number ValueBuilder::numberOf(const ValueNode& node) {
   return Number::ofUnsigned(node.kind, node.bits);
+}
+
+Value ValueBuilder::adopt(const ValueNode& node, ValueStorage::Owner storage) {
+  return {node, isInline(node) ? nullptr : storage.release()};
+}
+
+Value ValueBuilder::share(const ValueNode& node, const Value& document) {
+  if (isInline(node)) return {node, nullptr};
+  document.storage_->retain();
+  return {node, document.storage_};
+}
+
+const ValueNode* ValueBuilder::find(const ValueNode& dictionary, std::string_view key) {
+  if (dictionary.type != Value::Type::dictionary) return nullptr;
+  const std::size_t index = findEntry(entries(dictionary), dictionary.size, key);
+  return index < dictionary.size ? &entries(dictionary)[index].value : nullptr;
 }
 
 Value::Value(Number number) : node_(ValueBuilder::nodeOf(number)) {}
@@ -83,36 +88,40 @@ Value Value::bytes(ByteView bytes) {
 }
 
 Value Value::array(std::span<const Value> elements) {
-  StorageOwner owner;
+  ValueStorage::Owner owner = ValueStorage::make();
   std::vector<ValueNode> nodes;
   nodes.reserve(elements.size());
   for (const Value& element : elements) {
-    owner.storage->adopt(element.storage_);
+    owner->adopt(element.storage_);
     nodes.push_back(element.node_);
   }
-  const ValueNode* copy = owner.storage->copyNodes(nodes);
-  return {ValueBuilder::nodeOf(Type::array, copy, nodes.size()), owner.take()};
+  const ValueNode* copy = owner->copyNodes(nodes);
+  return ValueBuilder::adopt(ValueBuilder::nodeOf(Type::array, copy, nodes.size()),
+                             std::move(owner));
 }
 
 Value Value::dictionary(std::span<const Entry> entries) {
-  StorageOwner owner;
-  std::vector<ValueEntryNode> nodes;
+  ValueStorage::Owner owner = ValueStorage::make();
+  std::vector<std::string_view> keys;
+  std::vector<ValueNode> nodes;
+  keys.reserve(entries.size());
   nodes.reserve(entries.size());
   for (const auto& [key, value] : entries) {
-    owner.storage->adopt(value.storage_);
-    nodes.push_back({owner.storage->copyText(key), value.node_});
+    owner->adopt(value.storage_);
+    keys.push_back(owner->copyText(key));
+    nodes.push_back(value.node_);
   }
   std::size_t size = 0;
-  const ValueEntryNode* copy = owner.storage->copyEntries(nodes, size, nullptr);
-  return {ValueBuilder::nodeOf(Type::dictionary, copy, size), owner.take()};
+  const ValueEntryNode* copy = owner->copyEntries(keys, nodes, size);
+  return ValueBuilder::adopt(ValueBuilder::nodeOf(Type::dictionary, copy, size), std::move(owner));
 }
 
 Value Value::object(std::shared_ptr<ValueObject> object) {
   if (object == nullptr) return {};
-  StorageOwner owner;
+  ValueStorage::Owner owner = ValueStorage::make();
   const ValueNode node = ValueBuilder::nodeOf(Type::object, object.get(), 0);
-  owner.storage->hold(std::move(object));
-  return {node, owner.take()};
+  owner->hold(std::move(object));
+  return ValueBuilder::adopt(node, std::move(owner));
 }
 
 Value::Value(const Value& other) : node_(other.node_), storage_(other.storage_) {
@@ -167,11 +176,9 @@ std::size_t Value::count() const {
 
 Value Value::at(std::size_t index) const {
   if (index >= count()) return {};
-  const ValueNode child = node_.type == Type::array ? ValueBuilder::elements(node_)[index]
-                                                    : ValueBuilder::entries(node_)[index].value;
-  const bool inlineOnly = child.type == Type::null || child.type == Type::number;
-  if (!inlineOnly) storage_->retain();
-  return {child, inlineOnly ? nullptr : storage_};
+  return ValueBuilder::share(node_.type == Type::array ? ValueBuilder::elements(node_)[index]
+                                                       : ValueBuilder::entries(node_)[index].value,
+                             *this);
 }
 
 std::string_view Value::keyAt(std::size_t index) const {
@@ -180,10 +187,9 @@ std::string_view Value::keyAt(std::size_t index) const {
 }
 
 std::optional<Value> Value::find(std::string_view key) const {
-  if (node_.type != Type::dictionary) return std::nullopt;
-  const std::size_t index = findEntry(ValueBuilder::entries(node_), node_.size, key);
-  if (index == node_.size) return std::nullopt;
-  return at(index);
+  const ValueNode* found = ValueBuilder::find(node_, key);
+  if (found == nullptr) return std::nullopt;
+  return ValueBuilder::share(*found, *this);
 }
 
 bool operator==(const Value& left, const Value& right) {

@@ -47,11 +47,11 @@ class QV_EXPORT Value {
   struct Node {
     Type type = Type::null;
     NumericKind kind = NumericKind::signedLongLong;
+    std::uint64_t size : 48 = 0;  // bytes, elements or entries; more than memory can hold
     union {
       std::uint64_t bits = 0;  // of a number
       const void* address;     // the first byte, element or entry, or the object
     };
-    std::size_t size = 0;  // bytes, elements or entries
 
     // The very same payload.
     friend bool operator==(const Node& left, const Node& right) {

@@ -10,6 +10,7 @@ namespace qv {
 
 namespace {
 
+constexpr std::size_t kSmallestBlock = 64;
 constexpr std::size_t kLargestBlock = 1 << 20;
 
 // Where the sorted index of a large dictionary stands: right behind its entries.
@@ -18,6 +19,15 @@ std::uint32_t* indexOf(ValueEntryNode* entries, std::size_t size) {
 }
 const std::uint32_t* indexOf(const ValueEntryNode* entries, std::size_t size) {
   return reinterpret_cast<const std::uint32_t*>(entries + size);
+}
+
+// One of 64 places for a key: keys that fall on different places are different keys.
+std::uint64_t placeOf(std::string_view key) {
+  if (key.empty()) return 1;
+  const unsigned mixed = static_cast<unsigned char>(key.front()) * 7U +
+                         static_cast<unsigned char>(key.back()) * 3U +
+                         static_cast<unsigned>(key.size()) * 11U;
+  return std::uint64_t{1} << (mixed % 64);
 }
 
 }  // namespace
@@ -51,13 +61,15 @@ void* ValueStorage::allocate(std::size_t size, std::size_t alignment) {
   const auto misaligned = reinterpret_cast<std::uintptr_t>(free_) % alignment;
   const std::size_t padding = misaligned == 0 ? 0 : alignment - misaligned;
   if (free_ == nullptr || padding + size > freeBytes_) {
-    const std::size_t wanted = std::max(size + alignment, nextBlock_);
+    // A block is half of what there is already, so little is left over in the last one.
+    const std::size_t usual = std::clamp(blockBytes_ / 2, kSmallestBlock, kLargestBlock);
+    const std::size_t wanted = std::max(size + alignment, usual);
     auto* block = static_cast<Block*>(::operator new(sizeof(Block) + wanted));
     block->next = blocks_;
     blocks_ = block;
     free_ = reinterpret_cast<std::byte*>(block + 1);
     freeBytes_ = wanted;
-    nextBlock_ = std::min(std::max(nextBlock_, wanted) * 2, kLargestBlock);
+    blockBytes_ += wanted;
     return allocate(size, alignment);
   }
   free_ += padding;
@@ -81,63 +93,64 @@ ValueNode* ValueStorage::copyNodes(std::span<const ValueNode> nodes) {
   return copy;
 }
 
-ValueEntryNode* ValueStorage::copyEntries(std::span<const ValueEntryNode> entries,
-                                          std::size_t& size,
-                                          std::vector<std::string_view>* repeated) {
-  size = entries.size();
-  if (entries.empty()) return nullptr;
-  if (entries.size() > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  const std::size_t indexBytes =
-      entries.size() > kLinearLookup ? entries.size() * sizeof(std::uint32_t) : 0;
+ValueEntryNode* ValueStorage::copyEntries(std::span<const std::string_view> keys,
+                                          std::span<const ValueNode> values, std::size_t& size) {
+  size = keys.size();
+  if (keys.empty()) return nullptr;
+  if (keys.size() > kLinearLookup) return copyManyEntries(keys, values, size);
   auto* copy = static_cast<ValueEntryNode*>(
-      allocate(entries.size_bytes() + indexBytes, alignof(ValueEntryNode)));
-
-  if (entries.size() <= kLinearLookup) {
-    std::size_t kept = 0;
-    for (const ValueEntryNode& entry : entries) {
-      const std::size_t earlier = findEntry(copy, kept, entry.key);
-      if (earlier < kept) {
-        copy[earlier].value = entry.value;
-        if (repeated != nullptr) repeated->push_back(entry.key);
-      } else {
-        std::construct_at(copy + kept++, entry);
-      }
+      allocate(keys.size() * sizeof(ValueEntryNode), alignof(ValueEntryNode)));
+  std::size_t kept = 0;
+  std::uint64_t taken = 0;
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    const std::uint64_t place = placeOf(keys[i]);
+    const std::size_t earlier = (taken & place) == 0 ? kept : findEntry(copy, kept, keys[i]);
+    taken |= place;
+    if (earlier < kept) {
+      copy[earlier].value = values[i];
+    } else {
+      std::construct_at(copy + kept++, ValueEntryNode{keys[i], values[i]});
     }
-    size = kept;
-    return copy;
   }
+  size = kept;
+  return copy;
+}
 
-  // Many keys: one stable sort finds the repeats and is the index at the same time.
-  std::vector<std::uint32_t> order(entries.size());
+// One stable sort finds the repeats and is the index at the same time.
+ValueEntryNode* ValueStorage::copyManyEntries(std::span<const std::string_view> keys,
+                                              std::span<const ValueNode> values,
+                                              std::size_t& size) {
+  if (keys.size() > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  auto* copy = static_cast<ValueEntryNode*>(allocate(
+      keys.size() * (sizeof(ValueEntryNode) + sizeof(std::uint32_t)), alignof(ValueEntryNode)));
+  std::vector<std::uint32_t> order(keys.size());
   std::iota(order.begin(), order.end(), std::uint32_t{0});
   std::stable_sort(order.begin(), order.end(), [&](std::uint32_t left, std::uint32_t right) {
-    return entries[left].key < entries[right].key;
+    return keys[left] < keys[right];
   });
-  std::vector<std::uint32_t> valueFrom(entries.size());
-  std::vector<bool> dropped(entries.size());
+  // Of a run of equal keys the first gives the place and the last the value.
+  std::vector<std::uint32_t> valueFrom(keys.size());
+  std::vector<bool> dropped(keys.size());
   for (std::size_t first = 0; first < order.size();) {
     std::size_t end = first + 1;
-    while (end < order.size() && entries[order[end]].key == entries[order[first]].key) {
+    for (; end < order.size() && keys[order[end]] == keys[order[first]]; ++end) {
       dropped[order[end]] = true;
-      if (repeated != nullptr) repeated->push_back(entries[order[end]].key);
-      ++end;
     }
     valueFrom[order[first]] = order[end - 1];
     first = end;
   }
-  std::vector<std::uint32_t> place(entries.size());
   std::size_t kept = 0;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
+  for (std::size_t i = 0; i < keys.size(); ++i) {
     if (dropped[i]) continue;
-    place[i] = static_cast<std::uint32_t>(kept);
-    std::construct_at(copy + kept++, ValueEntryNode{entries[i].key, entries[valueFrom[i]].value});
+    const ValueNode& value = values[valueFrom[i]];
+    valueFrom[i] = static_cast<std::uint32_t>(kept);  // from here on the place of the entry
+    std::construct_at(copy + kept++, ValueEntryNode{keys[i], value});
   }
   size = kept;
   if (kept > kLinearLookup) {
     std::uint32_t* index = indexOf(copy, kept);
-    std::size_t at = 0;
     for (const std::uint32_t entry : order) {
-      if (!dropped[entry]) std::construct_at(index + at++, place[entry]);
+      if (!dropped[entry]) std::construct_at(index++, valueFrom[entry]);
     }
   }
   return copy;

@@ -26,7 +26,12 @@ struct ValueEntryNode {
 
 class ValueStorage {
  public:
-  static ValueStorage* make() { return new ValueStorage(); }
+  struct Release {
+    void operator()(ValueStorage* storage) const { storage->release(); }
+  };
+  using Owner = std::unique_ptr<ValueStorage, Release>;
+
+  static Owner make() { return Owner(new ValueStorage()); }
   ValueStorage(const ValueStorage&) = delete;
   ValueStorage& operator=(const ValueStorage&) = delete;
 
@@ -39,10 +44,10 @@ class ValueStorage {
   std::string_view copyText(std::string_view text);
   ValueNode* copyNodes(std::span<const ValueNode> nodes);
   // Entries in order with unique keys; a repeated key keeps its first place and its last value.
-  // Above `kLinearLookup` entries a sorted index follows the entries. Sets `size` to the entries
-  // kept, and appends each repeated key to `repeated` when that is given.
-  ValueEntryNode* copyEntries(std::span<const ValueEntryNode> entries, std::size_t& size,
-                              std::vector<std::string_view>* repeated);
+  // Above `kLinearLookup` entries a sorted index follows the entries. There are as many values as
+  // keys; sets `size` to the entries kept, fewer when a key was repeated.
+  ValueEntryNode* copyEntries(std::span<const std::string_view> keys,
+                              std::span<const ValueNode> values, std::size_t& size);
   // Entries whose keys differ, at most `kLinearLookup` of them.
   ValueEntryNode* copyFewEntries(std::span<const ValueEntryNode> entries);
 
@@ -51,11 +56,15 @@ class ValueStorage {
   void hold(std::shared_ptr<ValueObject> object) { object_ = std::move(object); }
   const std::shared_ptr<ValueObject>& object() const { return object_; }
 
+  // A characteristic of an attribute database has a dozen keys: a walk over so few is cheaper than
+  // a search, and no index has to be built.
   static constexpr std::size_t kLinearLookup = 16;
 
  private:
   ValueStorage() = default;
   ~ValueStorage();
+  ValueEntryNode* copyManyEntries(std::span<const std::string_view> keys,
+                                  std::span<const ValueNode> values, std::size_t& size);
 
   struct Block {
     Block* next;
@@ -66,18 +75,23 @@ class ValueStorage {
   Block* blocks_ = nullptr;
   std::byte* free_ = nullptr;
   std::size_t freeBytes_ = 0;
-  std::size_t nextBlock_ = 64;
+  std::size_t blockBytes_ = 0;  // of all blocks
   std::vector<ValueStorage*> children_;
   std::shared_ptr<ValueObject> object_;
 };
 
+static_assert(sizeof(ValueNode) == 16 && sizeof(ValueEntryNode) == 32, "trees stay small");
+
 // Position of the entry with the key, or `size` when there is none.
 std::size_t findEntry(const ValueEntryNode* entries, std::size_t size, std::string_view key);
 
-// Makes a Value out of a node, taking over one reference to the storage.
+// What the makers and the readers of whole documents need to know of a Value.
 class ValueBuilder {
  public:
-  static Value adopt(const ValueNode& node, ValueStorage* storage) { return {node, storage}; }
+  // Makes a Value out of a node in the storage.
+  static Value adopt(const ValueNode& node, ValueStorage::Owner storage);
+  // Makes a Value out of a node of the same document.
+  static Value share(const ValueNode& node, const Value& document);
   static const ValueNode& node(const Value& value) { return value.node_; }
   static ValueStorage* storage(const Value& value) { return value.storage_; }
   static ValueNode nodeOf(Number number);
@@ -85,7 +99,9 @@ class ValueBuilder {
   static Number numberOf(const ValueNode& node);
 
   // What a node of the fitting type holds, without touching reference counts: good for as long as
-  // some Value of the same document lives.
+  // some Value of the same document lives. `find` takes any node and answers null when there is no
+  // such key.
+  static const ValueNode* find(const ValueNode& dictionary, std::string_view key);
   static std::string_view text(const ValueNode& node) {
     return {static_cast<const char*>(node.address), node.size};
   }
@@ -94,6 +110,11 @@ class ValueBuilder {
   }
   static const ValueEntryNode* entries(const ValueNode& node) {
     return static_cast<const ValueEntryNode*>(node.address);
+  }
+
+ private:
+  static bool isInline(const ValueNode& node) {
+    return node.type == Value::Type::null || node.type == Value::Type::number;
   }
 };
 

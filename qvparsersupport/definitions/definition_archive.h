@@ -25,16 +25,9 @@ namespace qv {
 class ArchiveWriter {
  public:
   ArchiveWriter() : storage_(ValueStorage::make()) {}
-  ArchiveWriter(const ArchiveWriter&) = delete;
-  ArchiveWriter& operator=(const ArchiveWriter&) = delete;
-  ~ArchiveWriter() {
-    if (storage_ != nullptr) storage_->release();
-  }
 
   // Ends the writing.
-  Value take(const ValueNode& node) {
-    return ValueBuilder::adopt(node, std::exchange(storage_, nullptr));
-  }
+  Value take(const ValueNode& node) { return ValueBuilder::adopt(node, std::move(storage_)); }
 
   ValueNode text(std::string_view text);
   // Room for the elements of an array, and the array made of the first `count` of them.
@@ -45,7 +38,7 @@ class ArchiveWriter {
   ValueStorage& storage() { return *storage_; }
 
  private:
-  ValueStorage* storage_;
+  ValueStorage::Owner storage_;
 };
 
 // The entries of one dictionary, in the order in which they are added. Null values leave no key.

@@ -4,15 +4,17 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "qvparsersupport/common/dictionary_lookup.h"
+#include "qvparsersupport/common/json_writer.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 
 namespace qv {
 namespace {
 
-// What a number is, or where the text is refused.
+// What a value is, or where the text is refused.
 std::string outcomeOf(ByteView text) {
   const JSONParseResult result = parseJSON(text);
   if (!result.value) {
@@ -20,11 +22,12 @@ std::string outcomeOf(ByteView text) {
     EXPECT_THAT(result.error, testing::EndsWith(place));
     return "refused" + place;
   }
-  const Number number = result.value->asNumber().value();
-  return std::string{static_cast<char>(number.kind()), ' '} + number.text();
+  const auto number = result.value->asNumber();
+  if (!number) return jsonText(*result.value);
+  return std::string{static_cast<char>(number->kind()), ' '} + number->text();
 }
 
-TEST(JSONReader, numbersCarryTheirKindAndRefusalsTheirPlace) {
+TEST(JSONReader, numbersHaveTheirKindAndRefusalsTheirPlace) {
   test::expectAnswers("texts/json.txt", [](const test::Case& input) {
     return outcomeOf(test::readableBytes(input[0] == "\"\"" ? "" : input[0]));
   });
@@ -47,11 +50,65 @@ TEST(JSONReader, treesAndRepeatedKeys) {
                                         Value::string("\xC3\xA9\n\xF0\x9F\x92\xA1")}));
 }
 
-TEST(JSONReader, limitsDepth) {
-  auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
-  EXPECT_TRUE(parseJSON(bytesOf(nested(1024))).value);
-  EXPECT_FALSE(parseJSON(bytesOf(nested(1025))).value);
-  EXPECT_FALSE(parseJSON(bytesOf(std::string(1'000'000, '['))).value);
+TEST(JSONReader, refusesEveryPrefix) {
+  const std::string texts[] = {
+      R"({"a":[1,{"b":null},"\u00e9\ud83d\udca1\n"],"c\t":{"":-1.5e+3},"d":[true,false,[[]]]})",
+      "[\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x92\xA1\",{\"\xC3\xA9\":18446744073709551615}]"};
+  for (const std::string& text : texts) {
+    ASSERT_TRUE(parseJSON(bytesOf(text)).value);
+    for (std::size_t length = 0; length < text.size(); ++length) {
+      const Bytes exact(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length));
+      EXPECT_EQ(outcomeOf(exact), "refused at byte " + std::to_string(length));
+    }
+  }
+}
+
+TEST(JSONReader, limitsDepthAndBytes) {
+  const auto nested = [](std::string_view open, std::string_view close, std::size_t levels) {
+    std::string text;
+    for (std::size_t i = 0; i < levels; ++i) text += open;
+    if (open.ends_with(':')) text += '0';
+    for (std::size_t i = 0; i < levels; ++i) text += close;
+    return text;
+  };
+  const auto accepted = [](const std::string& text, const JSONLimits& limits = {}) {
+    return parseJSON(bytesOf(text), limits).value.has_value();
+  };
+  for (const auto& [open, close, levels] :
+       {std::tuple{"[", "]", 1024}, {R"({"a":)", "}", 1024}, {R"([{"a":)", "}]", 512}}) {
+    const auto limit = static_cast<std::size_t>(levels);
+    EXPECT_TRUE(accepted(nested(open, close, limit))) << open;
+    EXPECT_FALSE(accepted("[" + nested(open, close, limit) + "]")) << open;
+    EXPECT_FALSE(accepted(nested(open, close, limit + 1), {.maximumDepth = 1'000'000})) << open;
+    EXPECT_FALSE(accepted(nested(open, "", 1'000'000))) << open;
+  }
+  EXPECT_TRUE(accepted("[[0]]", {.maximumDepth = 2}));
+  EXPECT_FALSE(accepted("[[[]]]", {.maximumDepth = 2}));
+  EXPECT_TRUE(accepted("0", {.maximumDepth = 0}));
+  EXPECT_FALSE(accepted("[]", {.maximumDepth = 0}));
+  EXPECT_TRUE(accepted("[12]", {.maximumBytes = 4}));
+  EXPECT_EQ(parseJSON(bytesOf("[12] "), {.maximumBytes = 4}).error,
+            "5 bytes are more than the limit of 4");
+}
+
+// Many keys of one object, all different or all the same, and keys that look alike to a quick look.
+TEST(JSONReader, keysOfOneObject) {
+  for (const std::size_t keys : {2U, 16U, 17U, 1'000'000U}) {
+    std::string different = "{\"\":0";
+    std::string same = different;
+    for (std::size_t i = 1; i < keys; ++i) {
+      different += ",\"a" + std::to_string(i % 10) + std::to_string(i) + "a\":" + std::to_string(i);
+      same += ",\"\":" + std::to_string(i);
+    }
+    const JSONParseResult apart = parseJSON(bytesOf(different + "}"));
+    EXPECT_FALSE(apart.hasRepeatedKeys);
+    ASSERT_EQ(apart.value->count(), keys);
+    EXPECT_EQ(apart.value->find("a11a"), Value(Number::int64(1)));
+    EXPECT_EQ(apart.value->find("a1a"), std::nullopt);
+    const JSONParseResult alike = parseJSON(bytesOf(same + "}"));
+    EXPECT_TRUE(alike.hasRepeatedKeys);
+    EXPECT_EQ(jsonText(*alike.value), "{\"\":" + std::to_string(keys - 1) + "}");
+  }
 }
 
 TEST(DictionaryLookup, reportsAbsenceAndWrongType) {
