@@ -84,14 +84,12 @@ class TreeMapper {
       waiting_.pop_back();
       if (!convert(node)) return fail(errorDescription, std::move(fault_));
     }
-    return ValueBuilder::adopt(result, std::exchange(storage_, nullptr));
+    return ValueBuilder::adopt(result, std::move(storage_));
   }
 
  protected:
   TreeMapper() : storage_(ValueStorage::make()) {}
-  virtual ~TreeMapper() {
-    if (storage_ != nullptr) storage_->release();
-  }
+  virtual ~TreeMapper() = default;
 
   virtual bool convert(ValueNode& node) = 0;
 
@@ -108,7 +106,7 @@ class TreeMapper {
   }
   bool convertEntries(ValueNode& dictionary, std::span<const ValueEntryNode> entries) {
     std::size_t size = 0;
-    ValueEntryNode* const copy = storage_->copyEntries(entries, size, nullptr);
+    ValueEntryNode* const copy = storage_->copyEntries(entries, size);
     for (std::size_t i = 0; i < size; ++i) waiting_.push_back(&copy[i].value);
     dictionary = ValueBuilder::nodeOf(Type::dictionary, copy, size);
     return true;
@@ -116,7 +114,7 @@ class TreeMapper {
   ValueStorage& storage() { return *storage_; }
 
  private:
-  ValueStorage* storage_;
+  ValueStorage::Owner storage_;
   std::vector<ValueNode*> waiting_;
   std::string fault_;
 };

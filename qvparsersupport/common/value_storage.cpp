@@ -116,6 +116,19 @@ ValueEntryNode* ValueStorage::copyEntries(std::span<const std::string_view> keys
   return copy;
 }
 
+ValueEntryNode* ValueStorage::copyEntries(std::span<const ValueEntryNode> entries,
+                                          std::size_t& size) {
+  std::vector<std::string_view> keys;
+  std::vector<ValueNode> values;
+  keys.reserve(entries.size());
+  values.reserve(entries.size());
+  for (const ValueEntryNode& entry : entries) {
+    keys.push_back(entry.key);
+    values.push_back(entry.value);
+  }
+  return copyEntries(keys, values, size);
+}
+
 // One stable sort finds the repeats and is the index at the same time.
 ValueEntryNode* ValueStorage::copyManyEntries(std::span<const std::string_view> keys,
                                               std::span<const ValueNode> values,

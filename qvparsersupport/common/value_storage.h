@@ -48,6 +48,7 @@ class ValueStorage {
   // keys; sets `size` to the entries kept, fewer when a key was repeated.
   ValueEntryNode* copyEntries(std::span<const std::string_view> keys,
                               std::span<const ValueNode> values, std::size_t& size);
+  ValueEntryNode* copyEntries(std::span<const ValueEntryNode> entries, std::size_t& size);
   // Entries whose keys differ, at most `kLinearLookup` of them.
   ValueEntryNode* copyFewEntries(std::span<const ValueEntryNode> entries);
 
