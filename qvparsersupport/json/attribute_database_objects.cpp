@@ -111,8 +111,9 @@ void QVIPCharacteristicObject::initWithJSONObject(std::optional<Value> jsonObjec
 }
 
 void QVIPCharacteristicObject::findDefinitionAndTransformer() {
-  const auto type = typeValue();
-  definition_ = type == nullptr ? nullptr : type->characteristic();
+  const auto type = childForProperty("type");
+  definition_ =
+      type == nullptr ? nullptr : static_cast<const QVIPUUIDTypeString&>(*type).characteristic();
   // No transformer serves the format `none`.
   transformer_ = QVTransformer::transformerForTransport(QVTransport::ip, format());
 }

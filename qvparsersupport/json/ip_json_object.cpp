@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "qvparsersupport/common/value_storage.h"
 #include "qvparsersupport/json/json_kinds.h"
 
 namespace qv {
@@ -44,7 +45,7 @@ void QVIPJSONObject::initWithJSONObject(std::optional<Value> jsonObject,
 // A type that is no enumerator is kept and not checked.
 void QVIPJSONObject::checkKind() {
   const JSONKind* kind = jsonKind(jsonType_);
-  if (kind == nullptr || (jsonObject_ && kind->accepts(*jsonObject_))) return;
+  if (kind == nullptr || (jsonObject_ && kind->accepts(ValueBuilder::node(*jsonObject_)))) return;
   setErrorDescription(kind->text);
   jsonObject_.reset();
 }

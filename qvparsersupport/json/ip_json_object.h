@@ -157,6 +157,8 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
     return make<Object>(std::move(value), parent);
   }
   std::optional<Value> rawValue(QVIPJSONKey key) const;
+  // The same without a handle: good while this object keeps its value; null when the key is absent.
+  const Value::Node* rawNode(QVIPJSONKey key) const;
   // The last read of the key that obtained something.
   const QVIPJSONJournal::Entry* readThatFilled(QVIPJSONKey key) const;
   void extractObject(QVIPJSONKey key, Maker maker, bool required);

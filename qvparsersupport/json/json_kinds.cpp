@@ -1,30 +1,37 @@
 #include "qvparsersupport/json/json_kinds.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+
+#include "qvparsersupport/common/value_storage.h"
 
 namespace qv {
 
 namespace {
 
 // Fractions are cut off, so 0.5 counts as 0.
-bool isBoolean(const Value& value) {
-  const auto number = value.asNumber();
-  return number && (number->int64Value() == 0 || number->int64Value() == 1);
+bool isBoolean(const Value::Node& value) {
+  if (value.type != Value::Type::number) return false;
+  const std::int64_t number = ValueBuilder::numberOf(value).int64Value();
+  return number == 0 || number == 1;
+}
+
+template <Value::Type type>
+bool isOfType(const Value::Node& value) {
+  return value.type == type;
 }
 
 constexpr JSONKind kKinds[] = {
-    {QVIPJSONValueType::number, [](const Value& v) { return v.isNumber(); },
-     "Value is not a number.", "a number"},
-    {QVIPJSONValueType::string, [](const Value& v) { return v.isString(); },
-     "Value is not a string.", "a string"},
+    {QVIPJSONValueType::number, isOfType<Value::Type::number>, "Value is not a number.",
+     "a number"},
+    {QVIPJSONValueType::string, isOfType<Value::Type::string>, "Value is not a string.",
+     "a string"},
     {QVIPJSONValueType::boolean, isBoolean, "Value is not a boolean.", "true, false, 0 or 1"},
-    {QVIPJSONValueType::array, [](const Value& v) { return v.isArray(); }, "Value is not an array.",
-     "an array"},
-    {QVIPJSONValueType::object, [](const Value& v) { return v.isDictionary(); },
-     "Value is not an object.", "an object"},
-    {QVIPJSONValueType::null, [](const Value& v) { return v.isNull(); }, "Value is not null.",
-     "null"},
+    {QVIPJSONValueType::array, isOfType<Value::Type::array>, "Value is not an array.", "an array"},
+    {QVIPJSONValueType::object, isOfType<Value::Type::dictionary>, "Value is not an object.",
+     "an object"},
+    {QVIPJSONValueType::null, isOfType<Value::Type::null>, "Value is not null.", "null"},
 };
 
 }  // namespace

@@ -9,7 +9,7 @@ namespace qv {
 // Internal.
 struct JSONKind {
   QVIPJSONValueType type;
-  bool (*accepts)(const Value&);
+  bool (*accepts)(const Value::Node&);
   const char* text;
   const char* name;
 };

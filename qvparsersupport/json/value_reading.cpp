@@ -51,6 +51,10 @@ std::optional<Value> QVIPJSONObject::rawValue(QVIPJSONKey key) const {
   return jsonObject_ ? jsonObject_->find(key.text()) : std::nullopt;
 }
 
+const Value::Node* QVIPJSONObject::rawNode(QVIPJSONKey key) const {
+  return jsonObject_ ? ValueBuilder::find(ValueBuilder::node(*jsonObject_), key.text()) : nullptr;
+}
+
 void QVIPJSONObject::addAbsence(QVIPJSONKey key, QVIPJSONValueType type, bool required) {
   if (required) {
     addFault(key, type, notProvided(key));
@@ -61,14 +65,14 @@ void QVIPJSONObject::addAbsence(QVIPJSONKey key, QVIPJSONValueType type, bool re
 
 void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, QVIPJSONValueType type, bool required) {
   const JSONValidationGuard guard;
-  const std::optional<Value> raw = rawValue(key);
-  if (!raw) {
+  const Value::Node* raw = rawNode(key);
+  if (raw == nullptr) {
     addAbsence(key, type, required);
     return;
   }
   const JSONKind* kind = kindOfRead(type);
   if (kind == nullptr) return;
-  const bool nullBoolean = type == QVIPJSONValueType::boolean && raw->isNull();
+  const bool nullBoolean = type == QVIPJSONValueType::boolean && raw->type == Value::Type::null;
   if (!kind->accepts(*raw) && !nullBoolean) {
     addFault(key, type, kind->text);
     return;
