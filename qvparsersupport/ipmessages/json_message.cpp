@@ -134,6 +134,7 @@ void QVIPMultipleCharacteristicWriteRequestMessage::initWithHTTPMessage(
 }
 
 // A multi-status answer to a write makes sense only when at least one characteristic has a status.
+// Deliberate: of any value, and whatever the content type.
 void QVIPMultipleCharacteristicWriteResponseMessage::initWithRequest(
     std::shared_ptr<QVIPMessage> request, std::shared_ptr<QVHTTPMessage> httpMessage) {
   QVIPJSONPayloadMessage::initWithRequest(std::move(request), std::move(httpMessage));

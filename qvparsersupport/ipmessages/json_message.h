@@ -25,8 +25,9 @@ class QV_EXPORT QVIPJSONPayloadMessage : public QVIPMessage {
   const char* className() const override { return kClassName; }
 
   // The body, kept after the first successful parse. Null, with an error description that replaces
-  // an earlier one, when the content type or the body is not what it must be; null without one when
-  // the message carries neither a content type nor a body.
+  // an earlier one (Deliberate: that of the status code too), when the content type or the body is
+  // not what it must be; null without one when the message carries neither a content type nor a
+  // body.
   std::optional<Value> jsonPayload();
   const std::optional<Value>& cachedJSONPayload() const { return cachedJSONPayload_; }
   void setCachedJSONPayload(std::optional<Value> payload) {

@@ -76,7 +76,8 @@ void QVIPMessage::checkNoContent() {
             .actual = bodySizeText(*body)});
 }
 
-// Leaves no dictionary, and finds no fault, when there is no body or it is not said to be JSON.
+// Deliberate: leaves no dictionary, and finds no fault, when there is no body or it is not said to
+// be JSON; a 207 then passes and a 500 does not.
 bool QVIPMessage::readJSONBody(std::optional<Value>& dictionary) {
   const auto& body = httpMessageOrEmpty().body();
   const auto contentType = httpMessageOrEmpty().contentType();

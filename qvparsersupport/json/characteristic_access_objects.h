@@ -27,8 +27,8 @@ class QV_EXPORT QVIPCharacteristicReadObject : public QVIPJSONObject {
   std::optional<Value> valueValue() const;
 };
 
-// An entry of a 207 answer. "status" is read before "value", because a status of any value excuses
-// a missing value.
+// An entry of a 207 answer. "status" is read before "value". Deliberate: a status of any value, 0
+// (success) included, excuses a missing value.
 class QV_EXPORT QVIPCharacteristicReadObjectWithStatus : public QVIPJSONObject {
  public:
   void initWithJSONObject(std::optional<Value> jsonObject,

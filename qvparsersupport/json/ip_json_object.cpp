@@ -11,7 +11,7 @@ bool sawFailStatus = false;
 
 namespace {
 
-// A true or false is a number here, so no value is ever inferred to be a boolean.
+// Deliberate: a true or false is a number here, so no value is ever inferred to be a boolean.
 QVIPJSONValueType kindOf(const std::optional<Value>& value) {
   if (!value) return QVIPJSONValueType::unspecified;
   if (value->isDictionary()) return QVIPJSONValueType::object;
@@ -33,6 +33,8 @@ void QVIPJSONObject::initWithJSONObject(std::optional<Value> jsonObject,
   jsonObject_ = std::move(jsonObject);
   parent_ = parent;
   jsonType_ = type;
+  errorDescription_.reset();
+  childObjectHasError_ = false;
   if (type == QVIPJSONValueType::unspecified) {
     inferKind();
   } else {
@@ -84,10 +86,11 @@ std::string QVIPJSONObject::expectationForKey(std::string_view, QVIPJSONValueTyp
 }
 
 std::optional<std::vector<std::string>> QVIPJSONObject::unknownJSONKeys() const {
+  if (!jsonObject_ || !jsonObject_->isDictionary()) return std::nullopt;
   std::vector<std::string> unknown;
-  for (std::size_t i = 0; jsonObject_ && i < jsonObject_->count(); ++i) {
+  for (std::size_t i = 0; i < jsonObject_->count(); ++i) {
     const std::string_view key = jsonObject_->keyAt(i);
-    if (jsonObject_->isDictionary() && !journal_.names(key)) unknown.emplace_back(key);
+    if (!journal_.names(key)) unknown.emplace_back(key);
   }
   if (unknown.empty()) return std::nullopt;
   return unknown;

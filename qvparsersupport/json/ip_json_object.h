@@ -34,7 +34,8 @@ QV_EXPORT extern bool sawFailStatus;
 // Made in two steps, so that an initialiser can hand its own object to the children that it builds:
 // std::make_shared, then `initWithJSONObject`; `make` does both. The parent owns its children; the
 // link upwards owns nothing and answers null once the parent is gone, so a host may keep a child
-// alone. An object must never become its own ancestor.
+// alone. Children of an object that no shared_ptr owns have no parent; that object is flagged for
+// the faults with which they are built. An object must never become its own ancestor.
 class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObject> {
  public:
   QVIPJSONObject();
@@ -51,9 +52,10 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
     return object;
   }
 
-  // Takes the value, checks that it is of the kind asked for and starts an empty journal; with
-  // `unspecified` the kind is inferred, true and false then being numbers. Subclasses call this
-  // first and then read their keys. "No value at all" is of no kind, `null` included.
+  // Takes the value, checks that it is of the kind asked for and starts an empty journal, without
+  // the faults of an initialisation before; with `unspecified` the kind is inferred, true and false
+  // then being numbers. Subclasses call this first and then read their keys. "No value at all" is
+  // of no kind, `null` included.
   virtual void initWithJSONObject(std::optional<Value> jsonObject,
                                   const std::shared_ptr<QVIPJSONObject>& parent,
                                   QVIPJSONValueType type);

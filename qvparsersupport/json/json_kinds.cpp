@@ -10,7 +10,7 @@ namespace qv {
 
 namespace {
 
-// Fractions are cut off, so 0.5 counts as 0.
+// Deliberate: fractions are cut off, so 0.5 counts as 0.
 bool isBoolean(const Value::Node& value) {
   if (value.type != Value::Type::number) return false;
   const std::int64_t number = ValueBuilder::numberOf(value).int64Value();

@@ -107,7 +107,7 @@ class FaultCollector {
   void object(const QVIPJSONObject& object, const std::string& pointer,
               const std::optional<Value>& value) {
     // The definition governs what is inside the object that names it.
-    if (object.errorDescription()) {
+    if (object.errorDescription() && !full()) {
       faults_.push_back({.text = *object.errorDescription(),
                          .pointer = pointer,
                          .key = {},

@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "qvparsersupport/common/value_storage.h"
@@ -34,6 +35,10 @@ std::unique_ptr<std::string> owned(std::string text) {
 
 std::string notProvided(QVIPJSONKey key) {
   return fmt::format("Required key '{}' was not provided.", key.text());
+}
+
+bool isFaulty(const QVIPJSONObject& object) {
+  return object.errorDescription() || object.childObjectHasError();
 }
 
 bool isSame(const Value& value, const std::optional<Value>& raw) {
@@ -97,7 +102,9 @@ void QVIPJSONObject::extractObject(QVIPJSONKey key, Maker maker, bool required) 
     addAbsence(key, kType, required);
     return;
   }
-  auto child = maker(std::move(*raw), weak_from_this().lock());
+  const auto self = weak_from_this().lock();
+  auto child = maker(std::move(*raw), self);
+  if (self == nullptr && isFaulty(*child)) setChildObjectHasError(true);
   journal_.addDetail(key, kType).value = std::move(child);
 }
 
@@ -117,6 +124,10 @@ void QVIPJSONObject::extractArray(QVIPJSONKey key, Maker maker, bool required) {
   QVIPJSONObjectList children;
   children.reserve(raw->count());
   for (std::size_t i = 0; i < raw->count(); ++i) children.push_back(maker(raw->at(i), self));
+  if (self == nullptr &&
+      std::ranges::any_of(children, [](const auto& child) { return isFaulty(*child); })) {
+    setChildObjectHasError(true);
+  }
   journal_.addDetail(key, kType).value = std::move(children);
 }
 

@@ -15,7 +15,8 @@ namespace qv {
 
 // The strings of an attribute database that come from a small vocabulary. Each expects a string,
 // whatever kind the caller asks for, and holds what it stands for; `none` with a fault for a string
-// that is not in the table.
+// that is not in the table. Deliberate: what is no string is not in the table either, and gets that
+// text and not the one about its kind.
 
 class QV_EXPORT QVIPFormatString : public QVIPJSONObject {
  public:
@@ -64,7 +65,8 @@ class QV_EXPORT QVIPUUIDTypeString : public QVIPJSONObject {
   // In lower case; null when the string has the length of neither form.
   std::optional<std::string> fullUUID() const;
   // Of the definition that has this UUID on the IP transport; null when the shared symbol table has
-  // none. A service's name wins over a characteristic's.
+  // none. Deliberate: a service's name wins over a characteristic's, even where the string is the
+  // type of a characteristic.
   std::optional<std::string> name() const;
   // The characteristic definition that has this UUID on the IP transport, as the shared symbol
   // table had it when the object was built; null when it had none.
