@@ -2,14 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <thread>
 #include <vector>
 
-#include "qvparsersupport/common/json_reader.h"
+#include "tests/json/tree_dump.h"
+#include "tests/support/expectations.h"
 
 namespace qv {
 namespace {
 
+using test::dump;
+using test::jsonFrom;
 using Objects = std::vector<std::shared_ptr<QVIPJSONObject>>;
+
+// Reads like an entry of a 207 answer, but nothing of itself.
+class QVWithStatus : public QVIPJSONObject {
+ protected:
+  bool statusExcusesValue() const override { return true; }
+};
 
 std::shared_ptr<QVIPJSONObject> make(std::optional<Value> value,
                                      std::shared_ptr<QVIPJSONObject> parent = nullptr,
@@ -18,48 +29,69 @@ std::shared_ptr<QVIPJSONObject> make(std::optional<Value> value,
                                               static_cast<QVIPJSONValueType>(type));
 }
 
-// The kind kept, whether the value was kept, and the text.
-std::string dump(const QVIPJSONObject& object) {
-  return std::to_string(static_cast<int>(object.jsonType())) +
-         (object.jsonObject() ? " kept " : " cleared ") + object.errorDescription().value_or("-");
+TEST(IPJSONObject, ChecksItsOwnKindOtherwiseThanThatOfWhatItReads) {
+  test::expectAnswers("json/kinds.txt", [](const test::Case& input) {
+    const auto value = jsonFrom(input[0]);
+    const auto holder = value ? Value::dictionary({{"a", *value}}) : Value::dictionary({});
+    std::string answer;
+    for (const int type : {0, 1, 2, 3, 4, 5, 6, 7, -1}) {
+      const auto built = make(value, nullptr, type);
+      const auto reader = make(holder);
+      reader->extractValueForKey("a", static_cast<QVIPJSONValueType>(type));
+      const auto journal = reader->extractedValues();
+      std::string read = "no trace";
+      if (!journal.empty()) {
+        const bool obtained = journal[0].value.index() != 0;
+        EXPECT_EQ(obtained, reader->valueForProperty("a").has_value());
+        EXPECT_EQ(reader->childObjectHasError(), journal[0].errorDescription.has_value());
+        read = obtained ? "obtained" : journal[0].errorDescription.value_or("nothing");
+      }
+      answer += std::to_string(type) + ": " + test::typeText(built->jsonType()) +
+                (built->jsonObject() ? " kept " : " cleared ") +
+                built->errorDescription().value_or("-") + " | " + read + "\n";
+    }
+    return answer;
+  });
 }
 
-TEST(IPJSONObject, ChecksTheKindAskedForAndInfersItOtherwise) {
-  const char* const kWanted[] = {"",         "a number",  "a string", "a boolean",
-                                 "an array", "an object", "null"};
-  const struct {
-    const char* json;
-    std::string inferred;
-    std::string accepted;  // the kinds that take the value
-  } rows[] = {
-      {"2", "1 kept -", "1"},
-      {"1", "1 kept -", "13"},
-      {"true", "1 kept -", "13"},
-      {"0.5", "1 kept -", "13"},
-      {"-0.9", "1 kept -", "13"},
-      {"1e300", "1 kept -", "1"},
-      {"18446744073709551615", "1 kept -", "1"},
-      {"-1", "1 kept -", "1"},
-      {"\"true\"", "2 kept -", "2"},
-      {"[]", "4 kept -", "4"},
-      {"{}", "5 kept -", "5"},
-      {"null", "6 kept -", "6"},
-      {"no JSON", "0 cleared Unknown JSON object type.", ""},
-  };
-  for (const auto& row : rows) {
-    const auto value = parseJSON(bytesOf(row.json)).value;
-    EXPECT_EQ(dump(*make(value)), row.inferred) << row.json;
-    for (int type = 1; type <= 6; ++type) {
-      const std::string kind = std::to_string(type);
-      const bool taken = row.accepted.find(kind) != std::string::npos;
-      EXPECT_EQ(dump(*make(value, nullptr, type)),
-                taken ? kind + " kept -" : kind + " cleared Value is not " + kWanted[type] + ".");
-    }
-    const std::string kept = value ? " kept -" : " cleared -";
-    EXPECT_EQ(dump(*make(value, nullptr, 7)), "7" + kept);
-    EXPECT_EQ(dump(*make(value, nullptr, -1)), "-1" + kept);
+void read(QVIPJSONObject& object, const std::string& line) {
+  std::istringstream words(line);
+  std::string operation, name, how;
+  words >> operation >> name >> how;
+  const QVIPJSONKey kKeys[] = {"a", "b", "x-y-z", "status", "value"};
+  const auto* key = std::find_if(std::begin(kKeys), std::end(kKeys),
+                                 [&](QVIPJSONKey known) { return known.text() == name; });
+  const auto type = static_cast<QVIPJSONValueType>(std::atoi(how.c_str()));
+  const bool required = how != "optional";
+  if (operation == "flag") {
+    sawFailStatus = true;
+  } else if (operation == "object") {
+    object.extractObjectValueForKey<QVIPJSONObject>(*key, required);
+  } else if (operation == "array") {
+    object.extractArrayValueForKey<QVIPJSONObject>(*key, required);
+  } else if (operation == "ban") {
+    object.extractValueForDisallowedKey(*key, type);
+  } else if (operation == "through") {
+    object.extractValueForKey(*key, [&](const std::optional<Value>& raw, ErrorSlot fault) {
+      if (how == "fault" || how == "both") *fault = "the transformer's";
+      return how == "raw" || how == "both" ? raw : std::nullopt;
+    });
+  } else {
+    object.extractValueForKey(*key, type, operation == "need");
   }
-  EXPECT_EQ(dump(*make(Value::bytes({}))), "0 kept Unknown JSON object type.");
+}
+
+TEST(IPJSONObject, JournalsEveryReadOfAKey) {
+  test::expectAnswers("json/reads.txt", [](const test::Case& input) {
+    const auto parent = make(Value());
+    const auto object = input[0] == "plain"
+                            ? QVIPJSONObject::make<QVIPJSONObject>(jsonFrom(input[1]), parent)
+                            : QVIPJSONObject::make<QVWithStatus>(jsonFrom(input[1]), parent);
+    for (std::size_t i = 2; i < input.size(); ++i) read(*object, input[i]);
+    const bool flag = sawFailStatus;
+    EXPECT_EQ(parent->childObjectHasError(), object->childObjectHasError());
+    return dump(*object) + (flag ? "sawFailStatus\n" : "");
+  });
 }
 
 std::string flags(const Objects& objects) {
@@ -81,33 +113,42 @@ TEST(IPJSONObject, FlagsEveryAncestorAndClearsThemToo) {
   chain[3]->setErrorDescription(std::nullopt);
   EXPECT_EQ(flags(chain), "1110");
   EXPECT_FALSE(sibling->childObjectHasError());
-  const auto root = make(Value());
-  make(std::nullopt, root);  // an inferred kind that fails
-  EXPECT_TRUE(root->childObjectHasError());
 }
 
-TEST(IPJSONObject, ConstructionClearsTheStatusFlag) {
-  sawFailStatus = true;
-  make(Value());
-  EXPECT_FALSE(sawFailStatus);
+TEST(IPJSONObject, AnInitialisationStartsAfresh) {
+  const auto object = make(jsonFrom("{\"a\":[0]}"));
+  object->extractArrayValueForKey<QVIPJSONObject>("a");
+  object->extractValueForKey("b", QVIPJSONValueType::number);
+  object->setErrorDescription("fault");
+  object->initWithJSONObject(jsonFrom("{\"b\":1}"), nullptr, QVIPJSONValueType::object);
+  EXPECT_EQ(dump(*object), "QVIPJSONObject 5\nunknown b\n");
+  EXPECT_EQ(object->arrayForProperty<QVIPJSONObject>("a"), std::nullopt);
 }
 
 TEST(IPJSONObject, ChildrenOutliveTheirParents) {
-  auto root = make(Value());
-  auto middle = make(Value(), root);
-  const auto child = make(Value(), middle);
+  auto root = make(jsonFrom("{\"a\":{\"b\":[1]}}"));
+  root->extractObjectValueForKey<QVIPJSONObject>("a");
+  const auto middle = root->objectForProperty<QVIPJSONObject>("a");
+  middle->extractArrayValueForKey<QVIPJSONObject>("b");
+  const auto child = middle->arrayForProperty<QVIPJSONObject>("b")->at(0);
+  EXPECT_EQ(child->parent(), middle);
+  const auto journal = root->extractedValues();
   root.reset();
   child->setErrorDescription("one");
   EXPECT_TRUE(middle->childObjectHasError());
-  middle.reset();
-  EXPECT_EQ(child->parent(), nullptr);
-  child->setErrorDescription("two");
-  child->setChildObjectHasError(true);
-  EXPECT_EQ(child->errorDescription(), "two");
+  EXPECT_EQ(middle->parent(), nullptr);
+  EXPECT_EQ(jsonText(*journal[0].jsonValue), "{\"b\":[1]}");
+}
 
-  QVIPJSONObject local;  // owned by no shared_ptr: works alone
-  local.initWithJSONObject(Value(), child, QVIPJSONValueType::array);
-  EXPECT_EQ(local.errorDescription(), "Value is not an array.");
+TEST(IPJSONObject, WorksWithoutASharedOwner) {
+  const auto parent = make(Value());
+  for (const char* json : {"{\"accessories\":[{\"aid\":1,\"services\":[0]}]}", "{}", "[]"}) {
+    QVIPAttributeDatabaseObject local;
+    parent->setChildObjectHasError(false);
+    local.initWithJSONObject(jsonFrom(json), parent, QVIPJSONValueType::unspecified);
+    EXPECT_TRUE(local.errorDescription() || local.childObjectHasError()) << json;
+    EXPECT_TRUE(parent->childObjectHasError()) << json;
+  }
 }
 
 TEST(IPJSONObject, FlagsAMillionAncestors) {
@@ -116,6 +157,22 @@ TEST(IPJSONObject, FlagsAMillionAncestors) {
   chain.back()->setErrorDescription("deep");
   EXPECT_TRUE(chain.front()->childObjectHasError());
 }
+
+#ifndef NDEBUG
+TEST(IPJSONObjectDeathTest, TwoThreadsThatValidateAtOnceEndADebugBuild) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  const auto one = make(Value::dictionary({{"a", Value()}}));
+  const auto other = make(Value::dictionary({}));
+  const auto readOther = [&] { other->extractValueForKey("b", QVIPJSONValueType::number, false); };
+  std::thread(readOther).join();  // one after the other is fine
+  EXPECT_DEATH(one->extractValueForKey("a",
+                                       [&](const std::optional<Value>&, ErrorSlot) {
+                                         std::thread(readOther).join();
+                                         return std::optional<Value>();
+                                       }),
+               "two threads validate JSON bodies at the same time");
+}
+#endif
 
 }  // namespace
 }  // namespace qv
