@@ -135,14 +135,18 @@ void QVIPMessage::checkObjectForError(const QVIPJSONObject* object) {
               .part = QVMessagePart::body});
   }
   if (object == nullptr) return;
-  for (QVIPJSONFault& fault : faultsOfTree(*object, payloadValue(), kMaximumFaults)) {
+  const std::optional<Value> payload = payloadValue();
+  for (QVIPJSONFault& fault : faultsOfTree(*object, payload, kMaximumFaults)) {
     const QVRule* rule = ruleForText(fault.text);
+    // An object that was built from nothing says nothing about the bytes of the body.
+    std::optional<std::string> pointer;
+    if (payload) pointer = std::move(fault.pointer);
     keepFault({.rule = rule == nullptr ? kHostRule : rule->id,
                .text = std::move(fault.text),
                .part = QVMessagePart::body,
                .expected = std::move(fault.expected),
                .actual = std::move(fault.actual),
-               .jsonPointer = std::move(fault.pointer),
+               .jsonPointer = std::move(pointer),
                .key = std::move(fault.key),
                .definition = std::move(fault.definition)});
   }

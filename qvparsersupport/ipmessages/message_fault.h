@@ -33,7 +33,8 @@ struct QVMessageFault {
   std::string tlv8Path = {};
   // For a fault of a JSON body, the value concerned as a JSON Pointer (RFC 6901), which is "" for
   // the whole body, and the key it is about when there is one: for a missing key the pointer names
-  // the object that lacks it. Null and empty for other faults.
+  // the object that lacks it. The pointer is null when no body could be decoded, and both are null
+  // and empty for other faults.
   std::optional<std::string> jsonPointer = {};
   std::string key = {};
   // The definition that says so, such as the field definition of a TLV8 field; null when none does.

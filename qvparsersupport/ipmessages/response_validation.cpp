@@ -36,6 +36,12 @@ const char* typeName(const Value& value) {
   return "no JSON value";
 }
 
+// What stands under a key of the dictionary.
+std::string found(const std::optional<Value>& dictionary, std::string_view key) {
+  const auto value = dictionary ? dictionary->find(key) : std::nullopt;
+  return value ? typeName(*value) : fmt::format("no {}", key);
+}
+
 }  // namespace
 
 std::span<const char* const> QVIPMessage::allowedHTTPResponseCodes() const {
@@ -114,6 +120,7 @@ bool QVIPMessage::checkMultiStatus(const std::optional<Value>& dictionary) {
               .text = std::move(error->description),
               .part = QVMessagePart::body,
               .expected = "an array under \"characteristics\"",
+              .actual = found(dictionary, "characteristics"),
               .jsonPointer = dictionary->find("characteristics") ? "/characteristics" : "",
               .key = "characteristics"});
     return false;
@@ -160,7 +167,7 @@ void QVIPMessage::checkInternalServerError(const std::optional<Value>& dictionar
                           : "HTTP code 500 indicates Internal Server Error",
             .part = QVMessagePart::body,
             .expected = "no code 500, or -70401 under \"status\"",
-            .actual = status ? status->text() : "no such status",
+            .actual = status ? status->text() : found(dictionary, "status"),
             .jsonPointer = pointer,
             .key = "status"});
 }
