@@ -46,7 +46,6 @@ QVIPJSONJournal::Detail& QVIPJSONJournal::addDetail(QVIPJSONKey key, QVIPJSONVal
 }
 
 void QVIPJSONJournal::setLastError(std::string text, const std::optional<Value>& raw) {
-  if (size() == 0) return;
   Entry& entry = reads_->entries()[size() - 1];
   if (entry.outcome >= kRaw) {
     Detail& detail = reads_->details.emplace_back();

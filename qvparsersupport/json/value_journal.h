@@ -46,7 +46,7 @@ class QVIPJSONJournal {
   void reserve(std::size_t entries, std::size_t details);
   void add(QVIPJSONKey key, QVIPJSONValueType type, std::uint32_t outcome);
   Detail& addDetail(QVIPJSONKey key, QVIPJSONValueType type);
-  // Nothing happens to an empty journal. `raw` is what a read of the raw value obtained.
+  // The journal is not empty. `raw` is the raw value under the key of the last entry.
   void setLastError(std::string text, const std::optional<Value>& raw);
 
   // Whether an entry is of this key.

@@ -88,9 +88,12 @@ void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, QVIPJSONValueType type,
 
 void QVIPJSONObject::extractValueForDisallowedKey(QVIPJSONKey key, QVIPJSONValueType type) {
   extractValueForKey(key, type, false);
-  journal_.setLastError(
-      fmt::format("Key '{}' is not allowed in a write only characteristic", key.text()),
-      rawValue(key));
+  // A read without a trace leaves another key's entry the last one.
+  if (journal_.size() > 0) {
+    journal_.setLastError(
+        fmt::format("Key '{}' is not allowed in a write only characteristic", key.text()),
+        rawValue(QVIPJSONJournal::keyOf(journal_[journal_.size() - 1])));
+  }
   setChildObjectHasError(true);
 }
 
