@@ -195,10 +195,11 @@ std::string QVIPCharacteristicObject::expectationForKey(std::string_view key,
   if (key != "value") return QVIPJSONObject::expectationForKey(key, type);
   if (!isReadable()) return "no value, because no permission is \"pr\"";
   const auto name = QVFormatStrings::stringForFormatType(format());
+  if (!name) return "a known format";
   if (transformer_ == nullptr) {
-    return fmt::format("a format that IP can carry, which {} is not", name.value_or("none"));
+    return fmt::format("a format that IP can carry, which {} is not", *name);
   }
-  return fmt::format("a value of format {}", name.value_or("none"));
+  return fmt::format("a value of format {}", *name);
 }
 
 std::shared_ptr<const QVXMLObject> QVIPCharacteristicObject::governingDefinition() const {
