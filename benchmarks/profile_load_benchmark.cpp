@@ -1,6 +1,6 @@
-// Loading profiles, beside expat building nothing but an element tree from the same bytes, and
-// looking characteristics up, beside a hash map of strings. Prints the peak heap of a loaded table
-// at the end.
+// Loading profiles, beside expat building nothing but an element tree from the same bytes, saving
+// and restoring the table as an archive, to be compared with loading it, and looking
+// characteristics up, beside a hash map of strings. Prints the peak heap of a loaded table first.
 
 #include <benchmark/benchmark.h>
 #include <expat.h>
@@ -129,6 +129,28 @@ void peerBareTree(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
+void archiveTable(benchmark::State& state) {
+  QVSymbolTable& table = QVSymbolTable::sharedSymbolTable();
+  if (!loadInto(table, profile(static_cast<std::size_t>(state.range(0))))) {
+    state.SkipWithError("the profile does not load");
+  }
+  for (auto _ : state) benchmark::DoNotOptimize(table.archiveRepresentation());
+  clear(table);
+}
+
+void restoreArchive(benchmark::State& state) {
+  QVSymbolTable& table = QVSymbolTable::sharedSymbolTable();
+  if (!loadInto(table, profile(static_cast<std::size_t>(state.range(0))))) {
+    state.SkipWithError("the profile does not load");
+  }
+  const qv::Value archive = table.archiveRepresentation();
+  clear(table);
+  for (auto _ : state) {
+    if (!table.loadArchivedRepresentation(archive)) state.SkipWithError("the archive fails");
+    clear(table);
+  }
+}
+
 std::vector<std::string> uuidsInMixedOrder(std::size_t count) {
   std::vector<std::string> uuids;
   for (std::size_t i = 0; i < count; ++i) {
@@ -180,6 +202,8 @@ void peerUnorderedMap(benchmark::State& state) {
 BENCHMARK(loadProfile)->Arg(300)->Arg(3000)->Arg(30000)->Unit(benchmark::kMillisecond);
 BENCHMARK(peerBareTree)->Arg(300)->Arg(3000)->Arg(30000)->Unit(benchmark::kMillisecond);
 BENCHMARK(parseOnly)->Arg(300)->Arg(3000)->Arg(30000)->Unit(benchmark::kMillisecond);
+BENCHMARK(archiveTable)->Arg(300)->Arg(3000)->Arg(30000)->Unit(benchmark::kMillisecond);
+BENCHMARK(restoreArchive)->Arg(300)->Arg(3000)->Arg(30000)->Unit(benchmark::kMillisecond);
 BENCHMARK(lookUpByUUID)->Arg(300)->Arg(3000)->Arg(30000);
 BENCHMARK(peerUnorderedMap<false>)->Arg(300)->Arg(3000)->Arg(30000);
 BENCHMARK(peerUnorderedMap<true>)->Arg(300)->Arg(3000)->Arg(30000);

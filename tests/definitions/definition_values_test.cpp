@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "qvparsersupport/definitions/characteristic_xml_object.h"
@@ -238,6 +239,46 @@ TEST(CharacteristicTest, bareDefinition) {
   EXPECT_EQ(bare->format(), QVFormatType::data);
   EXPECT_EQ(bare->name(), std::nullopt);
   EXPECT_TRUE(bare->description().ends_with("> => (null)"));
+}
+
+// Deliberate: the transport stands in front, and only for characteristics.
+TEST(SymbolNameTest, dropsBlanksSlashesAndHyphens) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"Current Level", "CurrentLevel"},
+      {"Panel Mode/Target-State", "PanelModeTargetState"},
+      {"Angle (degrees)", "Angle(degrees)"},
+      {"A_B\t\xE2\x80\x93 C's",
+       "A_B\t\xE2\x80\x93"
+       "C's"},
+      {" -/", ""},
+      {"", ""},
+  };
+  for (const auto& [name, symbol] : rows) {
+    const auto characteristic = std::make_shared<QVCharacteristicXMLObject>();
+    const auto ip = std::make_shared<QVCharacteristicXMLObject>();
+    const auto btle = std::make_shared<QVCharacteristicXMLObject>();
+    EXPECT_EQ(characteristic->symbolName(), std::nullopt);
+    characteristic->setName(name);
+    characteristic->setIp(ip);
+    characteristic->setBtle(btle);
+    for (const auto& instance : {ip, btle}) instance->setParent(characteristic);
+    EXPECT_EQ(characteristic->symbolName(), symbol);
+    EXPECT_EQ(ip->symbolName(), std::string("IP") + symbol);
+    EXPECT_EQ(btle->symbolName(), std::string("BTLE") + symbol);
+
+    const auto service = std::make_shared<QVServiceXMLObject>();
+    const auto serviceIp = std::make_shared<QVServiceXMLObject>();
+    service->setName(name);
+    service->setIp(serviceIp);
+    serviceIp->setParent(service);
+    EXPECT_EQ(serviceIp->symbolName(), symbol);
+    QVTLV8XMLObject structure;
+    QVTLV8FieldXMLObject field;
+    structure.setName(name);
+    field.setName(name);
+    EXPECT_EQ(structure.symbolName(), symbol);
+    EXPECT_EQ(field.symbolName(), symbol);
+  }
 }
 
 }  // namespace
