@@ -163,6 +163,21 @@ void checkTable(const QVSymbolTable& table) {
   for (const std::string& name : names) checkNames(table, name);
 }
 
+void checkArchive(QVSymbolTable& table) {
+  const Value archive = table.archiveRepresentation();
+  std::optional<std::string> fault;
+  expect(table.loadArchivedRepresentation(archive, &fault), "the archive of a profile is restored");
+  expect(!fault && !table.lastLoadFault(), "and leaves no fault");
+  expect(table.archiveRepresentation() == archive, "and is archived the same again");
+  std::size_t instances = 0;
+  for (const auto& characteristic : items(table.characteristics())) {
+    instances += characteristic->ip() != nullptr ? 1 : 0;
+    instances += characteristic->btle() != nullptr ? 1 : 0;
+  }
+  expect(items(table.transportCharacteristics()).size() == instances, "every instance is listed");
+  checkTable(table);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -191,5 +206,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const auto& service : items(table.services())) {
     if (service->ip() != nullptr) held.services.push_back(service->ip());
   }
+  if (loaded) checkArchive(table);
   return 0;
 }
