@@ -55,8 +55,8 @@ Value::Node QVCharacteristicXMLObject::archivedWith(
 void QVCharacteristicXMLObject::restore(ArchivedDictionary& from) {
   FamilyArchive<QVCharacteristicXMLObject>::restoreIdentity(*this, from);
   format_ = static_cast<QVFormatType>(from.integer("format"));
-  properties_ = DefinitionArchive::restoredShared<QVCharacteristicPropertyXMLObject>(
-      from.array("properties"));
+  properties_ =
+      DefinitionArchive::restoredParts<QVCharacteristicPropertyXMLObject>(from.array("properties"));
   FamilyArchive<QVCharacteristicXMLObject>::restoreInstances(*this, from);
   if (const auto value = from.number("minValue")) setMinValue(value);
   if (const auto value = from.number("maxValue")) setMaxValue(value);

@@ -155,10 +155,20 @@ class DefinitionArchive {
     }
     return list;
   }
-  template <class Definition>
-  static DefinitionList<Definition> restoredShared(const ArchivedArray& from) {
-    return std::make_shared<std::vector<std::shared_ptr<Definition>>>(
-        restoredList<Definition>(from));
+  // For the parts of one definition, which are made in one block.
+  template <class Part>
+  static DefinitionList<Part> restoredParts(const ArchivedArray& from) {
+    auto list = std::make_shared<std::vector<std::shared_ptr<Part>>>();
+    if (from.count() == 0) return list;
+    const auto block = std::make_shared_for_overwrite<Part[]>(from.count());
+    list->reserve(from.count());
+    for (std::size_t i = 0; i < from.count(); ++i) {
+      ArchivedDictionary dictionary = from.dictionary(i);
+      Part* const part = block.get() + i;
+      static_cast<QVXMLObject&>(*part).restore(dictionary);
+      list->emplace_back(block, part);
+    }
+    return list;
   }
 };
 

@@ -40,7 +40,7 @@ Value::Node QVEnumXMLObject::archived(ArchiveWriter& out) const {
 void QVEnumXMLObject::restore(ArchivedDictionary& from) {
   name_ = from.ownText("name");
   format_ = static_cast<QVFormatType>(from.integer("format"));
-  values_ = DefinitionArchive::restoredShared<QVEnumValueXMLObject>(from.array("values"));
+  values_ = DefinitionArchive::restoredParts<QVEnumValueXMLObject>(from.array("values"));
   const auto bitmask = from.text("bitmask");
   // Deliberate: an archive that does not say makes a bitmask.
   isBitmask_ = !bitmask || lowercased(*bitmask) == "yes";

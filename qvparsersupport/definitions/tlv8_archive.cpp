@@ -44,7 +44,7 @@ Value::Node QVTLV8XMLObject::archived(ArchiveWriter& out) const {
 
 void QVTLV8XMLObject::restore(ArchivedDictionary& from) {
   name_ = from.ownText("name");
-  fields_ = DefinitionArchive::restoredShared<QVTLV8FieldXMLObject>(from.array("fields"));
+  fields_ = DefinitionArchive::restoredParts<QVTLV8FieldXMLObject>(from.array("fields"));
 }
 
 }  // namespace qv

@@ -41,6 +41,14 @@ class IndexedList {
     rebuild();
   }
 
+  void set(std::vector<Handle> list) {
+    usable_ = false;
+    auto made = std::make_shared<std::vector<Handle>>(std::move(list));
+    own_ = made.get();
+    list_ = std::move(made);
+    rebuild();
+  }
+
   // A list whose keys the caller has collected already, every key of every definition.
   void set(std::vector<Handle> list, Tables tables) {
     usable_ = false;

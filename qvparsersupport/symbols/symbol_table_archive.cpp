@@ -1,31 +1,12 @@
-#include <memory>
+#include <cstddef>
 #include <utility>
-#include <vector>
 
 #include "qvparsersupport/definitions/definition_archive.h"
+#include "qvparsersupport/symbols/family_keys.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "qvparsersupport/symbols/table_state.h"
 
 namespace qv {
-
-namespace {
-
-using Characteristics = std::vector<std::shared_ptr<QVCharacteristicXMLObject>>;
-
-// The IP and the BLE instance of each, in order.
-std::shared_ptr<Characteristics> instancesOfAll(const Characteristics& parents) {
-  auto instances = std::make_shared<Characteristics>();
-  for (const auto& parent : parents) {
-    for (auto instance : {parent->ip(), parent->btle()}) {
-      if (instance == nullptr) continue;
-      instances->push_back(
-          FamilyKeeper<QVCharacteristicXMLObject>::separateHandle(std::move(instance)));
-    }
-  }
-  return instances;
-}
-
-}  // namespace
 
 Value QVSymbolTable::archiveRepresentation() const {
   ArchiveWriter out;
@@ -42,12 +23,21 @@ bool QVSymbolTable::loadArchivedRepresentation(const Value& representation,
                                                ErrorSlot errorDescription) {
   return guardedLoad(errorDescription, [&] {
     ArchivedDictionary from(representation);
-    setEnums(DefinitionArchive::restoredShared<QVEnumXMLObject>(from.array("enums")));
-    setTlv8s(DefinitionArchive::restoredShared<QVTLV8XMLObject>(from.array("tlv8s")));
-    setCharacteristics(DefinitionArchive::restoredShared<QVCharacteristicXMLObject>(
-        from.array("characteristics")));
-    setTransportCharacteristics(instancesOfAll(*characteristics()));
-    setServices(DefinitionArchive::restoredShared<QVServiceXMLObject>(from.array("services")));
+    state_->enums.set(DefinitionArchive::restoredList<QVEnumXMLObject>(from.array("enums")));
+    state_->tlv8s.set(DefinitionArchive::restoredList<QVTLV8XMLObject>(from.array("tlv8s")));
+    CharacteristicSection section;
+    const ArchivedArray characteristics = from.array("characteristics");
+    for (std::size_t i = 0; i < characteristics.count(); ++i) {
+      auto parent =
+          DefinitionArchive::restored<QVCharacteristicXMLObject>(characteristics.dictionary(i));
+      FamilyKeys own(*parent);
+      section.add(std::move(parent), own);
+    }
+    state_->transportCharacteristics.set(section.listedInstances(),
+                                         std::move(section.instanceKeys));
+    state_->characteristics.set(std::move(section.parents), {std::move(section.keys)});
+    state_->services.set(
+        DefinitionArchive::restoredList<QVServiceXMLObject>(from.array("services")));
     setLoadInProgress(false);
     return true;
   });

@@ -11,6 +11,7 @@
 #include "qvparsersupport/common/load_assertion.h"
 #include "qvparsersupport/common/process_log.h"
 #include "qvparsersupport/common/utf8.h"
+#include "qvparsersupport/symbols/family_keys.h"
 #include "qvparsersupport/symbols/key_table.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "qvparsersupport/symbols/table_state.h"
@@ -19,112 +20,17 @@ namespace qv {
 
 namespace {
 
-enum class Instance : std::size_t { ip, btle };
-enum class Key : std::size_t { uti, uuid, name };
-
-// One uniqueness test. The text speaks of the parent's own value, not of the instance's.
-struct UniquenessRow {
-  Instance instance;
-  Key key;
-  const char* text;
-};
-
-constexpr UniquenessRow kCharacteristicRows[] = {
-    {Instance::ip, Key::uti, "Characteristic ip ref {} UTI is not unique"},
-    {Instance::ip, Key::uuid, "Characteristic ip ref {} UUID is not unique"},
-    {Instance::ip, Key::name, "Characteristic ip ref {} Name is not unique"},
-    {Instance::btle, Key::uti, "Characteristic BLE ref {} UTI is not unique"},
-    {Instance::btle, Key::uuid, "Characteristic BLE ref {} UUID is not unique"},
-    {Instance::btle, Key::name, "Characteristic BLE ref {} Name is not unique"},
+constexpr FamilyKeys<QVCharacteristicXMLObject>::Texts kCharacteristicTexts = {
+    "Characteristic ip ref {} UTI is not unique",   "Characteristic ip ref {} UUID is not unique",
+    "Characteristic ip ref {} Name is not unique",  "Characteristic BLE ref {} UTI is not unique",
+    "Characteristic BLE ref {} UUID is not unique", "Characteristic BLE ref {} Name is not unique",
 };
 
 constexpr const char* kServiceIPText = "Service ip ref {} is not unique";
 constexpr const char* kServiceBLEText = "Service BLE ref {} is not unique";
-constexpr UniquenessRow kServiceRows[] = {
-    {Instance::ip, Key::uti, kServiceIPText},     {Instance::ip, Key::uuid, kServiceIPText},
-    {Instance::ip, Key::name, kServiceIPText},    {Instance::btle, Key::uti, kServiceBLEText},
-    {Instance::btle, Key::uuid, kServiceBLEText}, {Instance::btle, Key::name, kServiceBLEText},
-};
-
-template <class Definition>
-std::optional<std::string_view> valueOf(const Definition& definition, Key key) {
-  switch (key) {
-    case Key::uti:
-      return definition.utiView();
-    case Key::uuid:
-      return definition.uuidView();
-    default:
-      return definition.nameView();
-  }
-}
-
-// The keys of a section's parents and instances, all over one store of texts.
-struct SectionKeys {
-  std::shared_ptr<KeyStore> store = std::make_shared<KeyStore>();
-  KeyTable parents{store};
-  std::array<KeyTable, 2> instances{KeyTable(store), KeyTable(store)};
-};
-
-// The six keys of one parent, in the order of the rows; what an instance lacks is null.
-template <class Definition>
-class FamilyKeys {
- public:
-  FamilyKeys(const Definition& parent, std::span<const UniquenessRow, 6> rows)
-      : parent_(parent), rows_(rows) {
-    const Definition* const instances[] = {IndexedDefinitions::ip(parent),
-                                           IndexedDefinitions::btle(parent)};
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-      const auto which = static_cast<std::size_t>(rows[i].instance);
-      if (instances[which] == nullptr) continue;
-      const auto value = valueOf(*instances[which], rows[i].key);
-      if (value) keys_[i] = keyFor(i, *value);
-      values_[i] = value;
-    }
-  }
-  FamilyKeys(const FamilyKeys&) = delete;
-  FamilyKeys& operator=(const FamilyKeys&) = delete;
-
-  void raiseIfTaken(const KeyTable& taken) const {
-    for (std::size_t i = 0; i < rows_.size(); ++i) {
-      if (!keys_[i] || !taken.contains(*keys_[i])) continue;
-      raiseLoadAssertion(fmt::format(fmt::runtime(rows_[i].text),
-                                     valueOf(parent_, rows_[i].key).value_or(kNullText)),
-                         parent_.element());
-    }
-  }
-
-  void addTo(KeyTable& parents, std::uint32_t position) {
-    for (auto& key : keys_) {
-      if (key) parents.insert(*key, position);
-    }
-  }
-
-  void addTo(KeyTable& instances, Instance instance, std::uint32_t position) {
-    for (std::size_t i = 0; i < rows_.size(); ++i) {
-      if (keys_[i] && rows_[i].instance == instance) instances.insert(*keys_[i], position);
-    }
-  }
-
- private:
-  KeyTable::Key keyFor(std::size_t row, std::string_view value) {
-    // What both instances have from their parent is lower-cased and hashed once.
-    for (std::size_t earlier = 0; earlier < row; ++earlier) {
-      if (rows_[earlier].key == rows_[row].key && values_[earlier] &&
-          values_[earlier]->data() == value.data()) {
-        return *keys_[earlier];
-      }
-    }
-    if (rows_[row].key != Key::name || isPlainLowercase(value)) return KeyTable::Key(value);
-    std::string& lowercase = lowercaseNames_[static_cast<std::size_t>(rows_[row].instance)];
-    lowercase = lowercased(value);
-    return KeyTable::Key(lowercase);
-  }
-
-  const Definition& parent_;
-  std::span<const UniquenessRow, 6> rows_;
-  std::array<std::string, 2> lowercaseNames_;
-  std::array<std::optional<std::string_view>, 6> values_;  // as they are written
-  std::array<std::optional<KeyTable::Key>, 6> keys_;
+constexpr FamilyKeys<QVServiceXMLObject>::Texts kServiceTexts = {
+    kServiceIPText,  kServiceIPText,  kServiceIPText,
+    kServiceBLEText, kServiceBLEText, kServiceBLEText,
 };
 
 void addUniqueName(KeyTable& names, const std::string& name, const char* text,
@@ -141,11 +47,6 @@ void forEachElement(const std::shared_ptr<const XMLElement>& section, std::strin
        child = child->nextNamed(tag)) {
     read(std::shared_ptr<const XMLElement>(section, child));
   }
-}
-
-template <class Definition>
-std::uint32_t positionAfter(const std::vector<Definition>& list) {
-  return static_cast<std::uint32_t>(list.size());
 }
 
 // The keys of a section that is the whole list are its index.
@@ -239,30 +140,16 @@ void QVSymbolTable::_loadTLV8s() {
 }
 
 void QVSymbolTable::_loadCharacteristics() {
-  std::vector<std::shared_ptr<QVCharacteristicXMLObject>> parents;
-  std::vector<std::shared_ptr<QVCharacteristicXMLObject>> instances;
-  SectionKeys keys;
+  CharacteristicSection section;
   forEachElement(_profilesElementWithName("characteristics"), "characteristic", [&](auto element) {
     auto parent = QVCharacteristicXMLObject::initWithXMLElement(std::move(element));
-    FamilyKeys own(*parent, kCharacteristicRows);
-    own.raiseIfTaken(keys.parents);
-    own.addTo(keys.parents, positionAfter(parents));
-    if (auto ip = parent->ip()) {
-      own.addTo(keys.instances[0], Instance::ip, positionAfter(instances));
-      instances.push_back(std::move(ip));
-    }
-    if (auto btle = parent->btle()) {
-      own.addTo(keys.instances[1], Instance::btle, positionAfter(instances));
-      instances.push_back(std::move(btle));
-    }
-    parents.push_back(std::move(parent));
+    FamilyKeys own(*parent);
+    own.raiseIfTaken(section.keys, kCharacteristicTexts);
+    section.add(std::move(parent), own);
   });
-  for (auto& instance : instances) {
-    instance = FamilyKeeper<QVCharacteristicXMLObject>::separateHandle(std::move(instance));
-  }
   // Deliberate: with several documents only the instances of the last one stay in the list.
-  state_->transportCharacteristics.set(std::move(instances), std::move(keys.instances));
-  addSection(state_->characteristics, std::move(parents), std::move(keys.parents));
+  state_->transportCharacteristics.set(section.listedInstances(), std::move(section.instanceKeys));
+  addSection(state_->characteristics, std::move(section.parents), std::move(section.keys));
 }
 
 void QVSymbolTable::_loadServices() {
@@ -270,8 +157,8 @@ void QVSymbolTable::_loadServices() {
   KeyTable keys;
   forEachElement(_profilesElementWithName("services"), "service", [&](auto element) {
     auto parent = QVServiceXMLObject::initWithXMLElement(std::move(element));
-    FamilyKeys own(*parent, kServiceRows);
-    own.raiseIfTaken(keys);
+    FamilyKeys own(*parent);
+    own.raiseIfTaken(keys, kServiceTexts);
     own.addTo(keys, positionAfter(parents));
     parents.push_back(std::move(parent));
   });
