@@ -258,9 +258,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!restored || hasServices(again)) return 0;
   expect(restore(table, again), "what was archived is restored");
   const auto characteristics = table.characteristics();
-  if (fuzz::planted(!characteristics->empty() && characteristics->front()->btle() != nullptr &&
-                    characteristics->front()->btle()->maximumLength())) {
-    characteristics->front()->btle()->setMaximumLength(Number::int64(-1));
+  const auto first = characteristics->empty() ? nullptr : characteristics->front()->btle();
+  if (fuzz::planted(first && first->unit() == "1B" && first->maximumLength())) {
+    first->setMaximumLength(Number::int64(-1));
   }
   expect(formText(table.archiveRepresentation()) == formText(again), "and archived the same again");
   return 0;
