@@ -29,6 +29,7 @@ class CommandFamily {
 std::unique_ptr<CommandFamily> makeTrafficFamily();
 std::unique_ptr<CommandFamily> makeProfileFamily();
 std::unique_ptr<CommandFamily> makeRulesFamily();
+std::unique_ptr<CommandFamily> makeValueFamily();
 
 // The answer to a command line that cannot be meant.
 Answer usageError(const std::string& text);

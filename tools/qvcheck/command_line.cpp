@@ -23,7 +23,7 @@ constexpr const char* kExamples =
 
 // In the order of the help.
 constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {makeTrafficFamily, makeProfileFamily,
-                                                             makeRulesFamily};
+                                                             makeValueFamily, makeRulesFamily};
 
 }  // namespace
 

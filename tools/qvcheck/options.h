@@ -6,6 +6,7 @@
 #include "tools/qvcheck/profile_options.h"
 #include "tools/qvcheck/report.h"
 #include "tools/qvcheck/traffic_options.h"
+#include "tools/qvcheck/value_options.h"
 
 namespace qv::check {
 
@@ -17,6 +18,7 @@ struct Answer {
 };
 
 // One alternative for each command, with what it needs.
-using Command = std::variant<Answer, TrafficOptions, ProfileCheckOptions>;
+using Command =
+    std::variant<Answer, TrafficOptions, ProfileCheckOptions, ProfileOutputOptions, ValueOptions>;
 
 }  // namespace qv::check

@@ -75,4 +75,20 @@ int writeReport(const ReportOptions& options, std::ostream& out, std::ostream& e
   return static_cast<int>(ExitCode::toolFault);
 }
 
+int writeContent(const std::string& file, const std::string& content, std::ostream& out,
+                 std::ostream& err) {
+  std::ofstream target;
+  if (!file.empty()) {
+    target.open(file, std::ios::binary | std::ios::trunc);
+    if (!target) {
+      err << "qvcheck: cannot write " << escaped(file) << '\n';
+      return static_cast<int>(ExitCode::usage);
+    }
+  }
+  std::ostream& stream = file.empty() ? out : target;
+  if (stream << content && stream.flush()) return static_cast<int>(ExitCode::clean);
+  err << "qvcheck: the output could not be written whole\n";
+  return static_cast<int>(ExitCode::toolFault);
+}
+
 }  // namespace qv::check

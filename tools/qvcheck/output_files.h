@@ -40,4 +40,8 @@ class OutputFiles {
 int writeReport(const ReportOptions& options, std::ostream& out, std::ostream& err,
                 bool outIsTerminal, bool judging, const std::function<int(Report&)>& run);
 
+// Writes the content to the file, or to `out` when no file is named. Answers the exit code.
+int writeContent(const std::string& file, const std::string& content, std::ostream& out,
+                 std::ostream& err);
+
 }  // namespace qv::check

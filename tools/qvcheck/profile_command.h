@@ -11,4 +11,7 @@ namespace qv::check {
 int runProfileCheck(const ProfileCheckOptions& options, std::ostream& out, std::ostream& err,
                     bool outIsTerminal);
 
+// `qvcheck profile header` and its like: makes one file out of the profiles. Answers the exit code.
+int runProfileOutput(const ProfileOutputOptions& options, std::ostream& out, std::ostream& err);
+
 }  // namespace qv::check

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -8,9 +9,13 @@
 
 namespace qv::check {
 
-// Loads the profiles, in order, into the shared symbol table and reports each of them, with a
-// finding for what was refused. False when a file could not be read (`err` says which) or a profile
-// was refused.
+// Loads the profiles into the shared symbol table and reports each of them, with a finding for what
+// was refused: XML documents, in order, or one archive (a file whose first byte that is no blank is
+// "{"). False when a file could not be read (`err` says which) or a profile was refused.
 bool loadProfiles(const std::vector<std::string>& files, Report& report, std::ostream& err);
+
+// The same for a command that makes something else than a report: complaints go to `err`, one line
+// each. Null when all are loaded, else the exit code.
+std::optional<int> loadProfilesQuietly(const std::vector<std::string>& files, std::ostream& err);
 
 }  // namespace qv::check

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,16 @@ namespace qv::check {
 struct ProfileCheckOptions {
   std::vector<std::string> files;
   ReportOptions report;
+};
+
+// Makes one file out of profiles.
+struct ProfileOutputOptions {
+  enum class Form : std::uint8_t { header, page, archive };
+
+  Form form = Form::header;
+  std::vector<std::string> files;
+  std::string output;                 // empty for standard output
+  std::string nameSpace = "profile";  // of the header
 };
 
 }  // namespace qv::check

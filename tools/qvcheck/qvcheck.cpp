@@ -6,6 +6,7 @@
 #include "tools/qvcheck/command_line.h"
 #include "tools/qvcheck/profile_command.h"
 #include "tools/qvcheck/traffic_command.h"
+#include "tools/qvcheck/value_command.h"
 
 namespace qv::check {
 
@@ -26,6 +27,10 @@ struct Runner {
   int operator()(const ProfileCheckOptions& options) const {
     return runProfileCheck(options, out, err, outIsTerminal);
   }
+  int operator()(const ProfileOutputOptions& options) const {
+    return runProfileOutput(options, out, err);
+  }
+  int operator()(const ValueOptions& options) const { return runValue(options, out, err); }
 };
 
 }  // namespace
