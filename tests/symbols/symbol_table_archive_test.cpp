@@ -7,6 +7,7 @@
 
 #include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/common/json_writer.h"
+#include "qvparsersupport/common/value_json.h"
 #include "tests/support/expectations.h"
 #include "tests/symbols/symbol_table_fixture.h"
 
@@ -66,6 +67,21 @@ TEST_F(ArchiveTest, profilesAreArchivedAndRestored) {
     }
     return text;
   });
+}
+
+// Through a file's text and back.
+TEST_F(ArchiveTest, sampleProfilesAreRestoredFromJSON) {
+  for (const char* name : {"lamp", "household"}) {
+    ASSERT_EQ(load({test::contentOf(fmt::format(QV_SOURCE_DIR "/examples/profiles/{}.xml", name))}),
+              "loaded");
+    const Value archive = table.archiveRepresentation();
+    const std::string text = jsonText(*jsonFormOf(archive), {.indent = 1});
+    EXPECT_EQ(restore(*valueOfJSONForm(valueOf(text))), "restored");
+    const Value again = table.archiveRepresentation();
+    EXPECT_EQ(again, archive);
+    EXPECT_EQ(jsonText(*jsonFormOf(again), {.indent = 1}), text);
+    EXPECT_TRUE(table._runSanityCheckWithErrorDescription(nullptr));
+  }
 }
 
 TEST_F(ArchiveTest, whatATableMakesOfAnArchive) {
