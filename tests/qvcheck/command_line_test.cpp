@@ -26,9 +26,27 @@ TEST(CommandLine, answersWhatCannotBeRun) {
   });
 }
 
+TEST(CommandLine, limitsWhatIsPrinted) {
+  expectAnswers("command-line/limits.txt", [](const Case& input) {
+    const std::string samples = QV_SOURCE_DIR "/examples/captures/household-access-faulty";
+    const std::string faulty = "--profile " QV_SOURCE_DIR
+                               "/examples/profiles/household.xml --request " +
+                               samples + ".req --response " + samples + ".rsp";
+    std::istringstream words(replaced(input[0], "$FAULTY", faulty));
+    std::vector<std::string> arguments;
+    for (std::string word; words >> word;) arguments.push_back(word);
+    arguments.erase(arguments.begin());
+    const Outcome outcome = runTool(arguments);
+    EXPECT_EQ(outcome.err, "");
+    const std::size_t end = outcome.out.rfind("\n\n");
+    const std::string last = end == std::string::npos ? outcome.out : outcome.out.substr(end + 2);
+    return std::to_string(outcome.exit) + "\n" + replaced(last, QV_SOURCE_DIR, "TREE");
+  });
+}
+
 TEST(CommandLine, helpAndVersion) {
   for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
-           {"--help"}, {"traffic", "--help"}, {"profile", "check", "--help"}}) {
+           {"--help"}, {"traffic", "--help"}, {"show", "--help"}, {"profile", "check", "--help"}}) {
     const Outcome outcome = runTool(arguments);
     EXPECT_EQ(outcome.exit, 0);
     EXPECT_NE(outcome.out.find("Examples:"), std::string::npos) << outcome.out;

@@ -26,8 +26,9 @@ struct Folder {
   const char* name;
   int exit;
 } const kAllCases[] = {
-    {"clean", 0},   {"field-faults", 1}, {"response-rules", 1}, {"not-judged", 3},
-    {"damaged", 3}, {"stray-bytes", 3},  {"nothing", 5},        {"framing", 1},
+    {"clean", 0},      {"field-faults", 1}, {"response-rules", 1}, {"not-judged", 3},
+    {"damaged", 3},    {"stray-bytes", 3},  {"nothing", 5},        {"framing", 1},
+    {"json-clean", 0}, {"json-faults", 1},  {"json-keys", 0},
 };
 
 class Traffic : public testing::TestWithParam<Folder> {};
@@ -35,25 +36,27 @@ class Traffic : public testing::TestWithParam<Folder> {};
 TEST_P(Traffic, reportsAsExpected) {
   const std::string source = kCases + "/" + GetParam().name;
   const TemporaryFolder folder;
-  std::vector<std::string> arguments = {
-      "traffic",
-      "--profile",
-      folder.write("pairing.xml", bytesOf(contentOf(kCases + "/pairing.xml"))),
-      "--request",
-      folder.write("request", readableBytes(contentOf(source + "/request"))),
-      "--response",
-      folder.write("response", readableBytes(contentOf(source + "/response"))),
-      "--output",
-      "text",
-      "--output",
-      "ndjson=" + folder.path("run.ndjson"),
+  const std::vector<std::string> inputs = {
+      "--profile",  folder.write("pairing.xml", bytesOf(contentOf(kCases + "/pairing.xml"))),
+      "--request",  folder.write("request", readableBytes(contentOf(source + "/request"))),
+      "--response", folder.write("response", readableBytes(contentOf(source + "/response"))),
   };
+  std::vector<std::string> arguments = {"traffic", "--output", "text", "--output",
+                                        "ndjson=" + folder.path("run.ndjson")};
+  arguments.insert(arguments.end(), inputs.begin(), inputs.end());
   const Outcome outcome = runTool(arguments);
   EXPECT_EQ(outcome.exit, GetParam().exit);
   EXPECT_EQ(outcome.err, "");
   expectContent(source + "/expected.txt", replaced(outcome.out, folder.path(""), ""));
   expectContent(source + "/expected.ndjson",
                 replaced(contentOf(folder.path("run.ndjson")), folder.path(""), ""));
+
+  arguments = {"show"};
+  arguments.insert(arguments.end(), inputs.begin(), inputs.end());
+  const Outcome shown = runTool(arguments);
+  EXPECT_EQ(shown.err, "");
+  expectContent(source + "/shown.txt", replaced(shown.out, folder.path(""), "") + "exit " +
+                                           std::to_string(shown.exit) + "\n");
 }
 
 // Both forms and the exit code say the same.

@@ -14,6 +14,7 @@ namespace {
 constexpr const char* kExamples =
     "Examples:\n"
     "  qvcheck traffic --profile lamp.xml --request run1.req --response run1.rsp\n"
+    "  qvcheck show --profile lamp.xml --request run1.req --response run1.rsp --message 14\n"
     "  qvcheck profile check lamp.xml\n"
     "  qvcheck explain http.204-body\n"
     "\n"
@@ -22,8 +23,8 @@ constexpr const char* kExamples =
     "70 fault of the tool itself, 128+n ended by signal n.";
 
 // In the order of the help.
-constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {makeTrafficFamily, makeProfileFamily,
-                                                             makeValueFamily, makeRulesFamily};
+constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {
+    makeTrafficFamily, makeShowFamily, makeProfileFamily, makeValueFamily, makeRulesFamily};
 
 }  // namespace
 

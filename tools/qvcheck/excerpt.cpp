@@ -11,9 +11,8 @@ namespace qv::check {
 
 namespace {
 
-constexpr std::size_t kRow = 16;
 constexpr std::size_t kMostRows = 3;
-constexpr std::size_t kTextWindow = 80;
+constexpr std::size_t kTextWindow = 64;
 constexpr std::size_t kTextBefore = 24;
 
 bool isPrintable(ByteView bytes) {
@@ -31,29 +30,15 @@ Bytes copyOf(ByteView bytes) {
   return {bytes.begin(), bytes.end()};
 }
 
-std::string hexRow(ByteView row) {
-  std::string hex;
-  std::string text;
-  for (std::size_t i = 0; i < kRow; ++i) {
-    if (i >= row.size()) {
-      hex += "   ";
-      continue;
-    }
-    fmt::format_to(std::back_inserter(hex), "{:02x} ", row[i]);
-    text.push_back(row[i] >= 0x20 && row[i] < 0x7F ? static_cast<char>(row[i]) : '.');
-  }
-  return hex + "| " + text;
-}
-
 void renderHex(const Excerpt& excerpt, std::vector<std::string>& lines) {
   const ByteView bytes(excerpt.bytes);
   const std::size_t markEnd = excerpt.mark.offset + std::max<std::size_t>(excerpt.mark.length, 1);
-  for (std::size_t row = 0; row < std::max<std::size_t>(bytes.size(), 1); row += kRow) {
-    const ByteView part = bytes.subspan(row, std::min(kRow, bytes.size() - row));
+  for (std::size_t row = 0; row < std::max<std::size_t>(bytes.size(), 1); row += kBytesInRow) {
+    const ByteView part = bytes.subspan(row, std::min(kBytesInRow, bytes.size() - row));
     const std::string number = fmt::format("{}", excerpt.offset + row);
     lines.push_back(fmt::format("{} | {}", number, hexRow(part)));
     const std::size_t first = std::max(excerpt.mark.offset, row);
-    const std::size_t end = std::min(markEnd, row + kRow);
+    const std::size_t end = std::min(markEnd, row + kBytesInRow);
     if (first >= end) continue;
     lines.push_back(std::string(number.size() + 3 + (first - row) * 3, ' ') +
                     std::string((end - first) * 3 - 1, '^'));
@@ -70,20 +55,52 @@ void renderText(const Excerpt& excerpt, std::vector<std::string>& lines) {
                   std::string(std::max<std::size_t>(width, 1), '^'));
 }
 
-// A window of the text around the mark.
+bool continuesCharacter(std::uint8_t byte) {
+  return (byte & 0xC0U) == 0x80U;
+}
+
+bool isLineEnd(std::uint8_t byte) {
+  return byte == '\r' || byte == '\n';
+}
+
+// A window of the text around the mark, cut between characters.
 Excerpt textWindow(ByteView text, ByteRange mark, std::size_t origin) {
-  const std::size_t start =
-      mark.offset > kTextBefore && text.size() > kTextWindow ? mark.offset - kTextBefore : 0;
-  const std::size_t length = std::min(text.size() - start, kTextWindow);
-  const std::size_t shown = std::min(mark.length, start + length - mark.offset);
+  std::size_t start = 0;
+  std::size_t end = text.size();
+  if (text.size() > kTextWindow) {
+    start = std::min(mark.offset - std::min(mark.offset, kTextBefore), text.size() - kTextWindow);
+    end = start + kTextWindow;
+    while (start < mark.offset && continuesCharacter(text[start])) ++start;
+    while (end > mark.offset && end < text.size() && continuesCharacter(text[end])) --end;
+  }
+  const std::size_t shown = std::min(mark.length, end - mark.offset);
   return {origin + start,
-          copyOf(text.subspan(start, length)),
+          copyOf(text.subspan(start, end - start)),
           {mark.offset - start, shown},
           mark.length - shown,
           true};
 }
 
+// Whether escaping leaves most of it as it is.
+bool isReadable(ByteView bytes) {
+  return escaped(textOf(bytes)).size() <= bytes.size() + bytes.size() / 2;
+}
+
 }  // namespace
+
+std::string hexRow(ByteView row) {
+  std::string hex;
+  std::string text;
+  for (std::size_t i = 0; i < kBytesInRow; ++i) {
+    if (i >= row.size()) {
+      hex += "   ";
+      continue;
+    }
+    fmt::format_to(std::back_inserter(hex), "{:02x} ", row[i]);
+    text.push_back(row[i] >= 0x20 && row[i] < 0x7F ? static_cast<char>(row[i]) : '.');
+  }
+  return hex + "| " + text;
+}
 
 Excerpt headerExcerpt(ByteView header, ByteRange mark, std::size_t origin) {
   mark = clamped(mark, header.size());
@@ -104,12 +121,28 @@ Excerpt headerExcerpt(ByteView header, ByteRange mark, std::size_t origin) {
 
 Excerpt bodyExcerpt(ByteView body, ByteRange mark, std::size_t origin) {
   mark = clamped(mark, body.size());
-  const std::size_t room = std::min(body.size() - mark.offset, kRow * kMostRows);
+  const std::size_t room = std::min(body.size() - mark.offset, kBytesInRow * kMostRows);
   const std::size_t shown = std::min(mark.length, room);
-  const std::size_t rows = std::max<std::size_t>((shown + kRow - 1) / kRow, 1);
-  const ByteView bytes = body.subspan(mark.offset, std::min(room, rows * kRow));
+  const std::size_t rows = std::max<std::size_t>((shown + kBytesInRow - 1) / kBytesInRow, 1);
+  const ByteView bytes = body.subspan(mark.offset, std::min(room, rows * kBytesInRow));
   Excerpt excerpt{origin, copyOf(bytes), {0, shown}, mark.length - shown, false};
   excerpt.asText = bytes.size() > 1 && isPrintable(bytes);
+  return excerpt;
+}
+
+Excerpt textBodyExcerpt(ByteView body, ByteRange mark) {
+  mark = clamped(mark, body.size());
+  const std::size_t first = mark.offset - std::min(mark.offset, kTextWindow);
+  const std::size_t last = mark.offset + std::min(body.size() - mark.offset, kTextWindow);
+  std::size_t start = mark.offset;
+  while (start > first && !isLineEnd(body[start - 1])) --start;
+  std::size_t end = mark.offset;
+  while (end < last && (!isLineEnd(body[end]) || (end == mark.offset && mark.length > 0))) ++end;
+  const ByteView line = body.subspan(start, end - start);
+  if (!isReadable(line)) return bodyExcerpt(body, mark, mark.offset);
+  const std::size_t inLine = std::min(mark.length, end - mark.offset);
+  Excerpt excerpt = textWindow(line, {mark.offset - start, inLine}, start);
+  excerpt.notShown = mark.length - excerpt.mark.length;
   return excerpt;
 }
 

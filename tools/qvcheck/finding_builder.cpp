@@ -6,6 +6,7 @@
 #include "qvparsersupport/definitions/enum_xml_object.h"
 #include "qvparsersupport/definitions/service_xml_object.h"
 #include "qvparsersupport/definitions/tlv8_xml_object.h"
+#include "qvparsersupport/ipmessages/json_message.h"
 #include "tools/qvcheck/excerpt.h"
 
 namespace qv::check {
@@ -91,7 +92,37 @@ std::optional<DefinitionPlace> placeOf(const QVXMLObject* object) {
   return place;
 }
 
+std::optional<Excerpt> jsonExcerpt(const FramedMessage& message, ByteRange mark) {
+  if (!message.body) return std::nullopt;
+  Excerpt excerpt = textBodyExcerpt(*message.body, mark);
+  excerpt.offset = message.streamOffsetOf(excerpt.offset);
+  return excerpt;
+}
+
+// A fault that leaves a JSON body unread.
+bool leavesBodyUnread(const QVMessageFault& fault) {
+  constexpr std::string_view kRules[] = {"http.content-type", "json.empty-body",
+                                         "json.payload-syntax"};
+  return std::ranges::find(kRules, fault.rule) != std::end(kRules);
+}
+
 }  // namespace
+
+std::vector<const QVMessageFault*> tellingFaults(const QVIPMessage& typed) {
+  const auto* json = dynamic_cast<const QVIPJSONPayloadMessage*>(&typed);
+  const bool isUnread = json != nullptr && !json->cachedJSONPayload();
+  bool isExplained = false;
+  const auto& faults = typed.faults();
+  std::vector<const QVMessageFault*> telling;
+  for (const QVMessageFault& fault : faults) {
+    const bool explains = isUnread && leavesBodyUnread(fault);
+    const bool isConsequence = isExplained && !explains && fault.part == QVMessagePart::body;
+    const bool isGeneral = fault.rule == "json.payload" && &fault != &faults.back();
+    if (!isConsequence && !isGeneral) telling.push_back(&fault);
+    isExplained = isExplained || explains;
+  }
+  return telling;
+}
 
 Finding findingForFault(const QVMessageFault& fault, const FramedMessage& message) {
   Finding finding;
@@ -102,15 +133,20 @@ Finding findingForFault(const QVMessageFault& fault, const FramedMessage& messag
   finding.definition = placeOf(fault.definition.get());
   finding.location.part = partName(fault.part);
   finding.location.tlv8Path = fault.tlv8Path;
+  finding.location.jsonPointer = fault.jsonPointer;
   finding.location.byteOffset = message.headerOffset;
   if (!fault.range) return finding;
   finding.location.byteLength = fault.range->length;
   if (fault.part == QVMessagePart::body) {
     const std::uint64_t origin = message.streamOffsetOf(fault.range->offset);
     finding.location.byteOffset = origin;
-    // Where the body ends there is nothing to show.
-    if (message.body && fault.range->offset < message.body->size())
+    const bool isJSON = fault.jsonPointer || namesRule("json", fault.rule);
+    if (isJSON) {
+      finding.excerpt = jsonExcerpt(message, *fault.range);
+    } else if (message.body && fault.range->offset < message.body->size()) {
+      // Where the body ends there is nothing to show.
       finding.excerpt = bodyExcerpt(*message.body, *fault.range, origin);
+    }
   } else {
     finding.location.byteOffset = message.headerOffset + fault.range->offset;
     finding.excerpt = headerExcerpt(message.header, *fault.range, message.headerOffset);
@@ -132,6 +168,17 @@ std::optional<Finding> findingForNote(const capture::FramingNote& note,
   while (mark.length > 1 && isLineEnd(message.header[mark.offset + mark.length - 1])) --mark.length;
   finding.location.part = "header";
   finding.excerpt = headerExcerpt(message.header, mark, message.headerOffset);
+  return finding;
+}
+
+Finding findingForKey(std::string rule, std::string text, const JSONKeyPlace& place,
+                      const FramedMessage& message) {
+  const ByteRange range = place.range.value_or(ByteRange());
+  Finding finding = remark(std::move(rule), Severity::warning, std::move(text),
+                           message.streamOffsetOf(range.offset), range.length);
+  finding.location.part = "body";
+  finding.location.jsonPointer = place.pointer;
+  if (place.range) finding.excerpt = jsonExcerpt(message, range);
   return finding;
 }
 

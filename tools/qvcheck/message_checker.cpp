@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "qvparsersupport/ipmessages/tlv8_message.h"
 #include "tools/qvcheck/finding_builder.h"
+#include "tools/qvcheck/key_findings.h"
 #include "tools/qvcheck/nearest_class.h"
 
 namespace qv::check {
@@ -16,53 +16,6 @@ using capture::Completeness;
 using capture::Direction;
 using capture::FramedMessage;
 using capture::MessageKind;
-
-std::string_view kindName(MessageKind kind) {
-  switch (kind) {
-    case MessageKind::request:
-      return "request";
-    case MessageKind::response:
-    case MessageKind::informational:
-      return "response";
-    case MessageKind::event:
-      return "event";
-    case MessageKind::unknown:
-      break;
-  }
-  return "unknown";
-}
-
-std::string_view directionName(Direction direction) {
-  return direction == Direction::toAccessory ? "to_accessory" : "to_controller";
-}
-
-std::optional<ByteView> bodyOf(const FramedMessage& message) {
-  if (!message.body) return std::nullopt;
-  return ByteView(*message.body);
-}
-
-// The record as far as the bytes alone tell it.
-MessageRecord recordOf(const FramedMessage& message, const QVHTTPMessage& http) {
-  MessageRecord record;
-  record.direction = directionName(message.direction);
-  record.kind = kindName(message.kind);
-  record.offset = message.headerOffset;
-  record.headerLength = message.header.size();
-  record.bodyLength = message.body ? message.body->size() : 0;
-  record.contentType = http.contentType();
-  if (message.direction == Direction::toAccessory) {
-    record.method = http.requestMethod().value_or("");
-    record.url = http.requestURL().value_or("");
-  } else {
-    record.code = http.responseCode();
-  }
-  return record;
-}
-
-void leaveUnjudged(MessageRecord& record, std::string reason) {
-  record.verdict = Verdict::notJudged;
-  record.reason = std::move(reason);
-}
 
 }  // namespace
 
@@ -92,39 +45,23 @@ void MessageChecker::reportDamage(const capture::Damage& damage, InputRecord& in
 
 void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
                                    const FramedMessage& message, InputRecord& input) {
-  const auto http = QVHTTPMessage::initWithHeader(message.header, std::nullopt);
-  MessageRecord out = recordOf(message, *http);
-  out.message = report_.nextMessage();
-  out.connection = connection_;
-  out.inputName = input.name;
-  if (record.answers && open_ && open_->index == *record.answers) {
-    out.answers = open_->message;
-    out.method = open_->method;
-    out.url = open_->url;
-  }
-  const std::shared_ptr<QVIPMessage> typed = classify(record, message, out);
-  if (typed != nullptr) {
-    if (auto* pairing = dynamic_cast<QVIPTLV8PayloadMessage*>(typed.get())) pairing->tlv8Payload();
-    out.className = typed->className();
-    out.errorDescription = typed->errorDescription();
-    out.verdict = typed->faults().empty() ? Verdict::ok : Verdict::faulty;
-  }
-  if (record.direction == Direction::toAccessory) {
-    open_ = OpenRequest{record.requestIndex.value_or(0),
-                        out.message,
-                        out.method,
-                        out.url,
-                        message.complete(),
-                        typed};
+  ReadMessage read = reader_.read(record, message, report_.nextMessage(), input.name);
+  MessageRecord& out = read.record;
+  std::vector<const QVMessageFault*> faults;
+  if (read.typed != nullptr) {
+    faults = tellingFaults(*read.typed);
+    const bool faulty = std::ranges::any_of(
+        faults, [&](const QVMessageFault* fault) { return report_.keeps(fault->rule); });
+    out.verdict = faulty ? Verdict::faulty : Verdict::ok;
   }
   report_.message(out);
 
   if (out.verdict == Verdict::unrecognised && record.direction == Direction::toAccessory) {
     Finding finding =
         remark("class.unrecognised", Severity::note, "no message class recognises this request",
-               message.headerOffset, http->startLineRange().length);
+               message.headerOffset, read.http->startLineRange().length);
     finding.location.part = "start_line";
-    finding.hint = nearestClass(http->requestMethod(), http->requestURL());
+    finding.hint = nearestClass(read.http->requestMethod(), read.http->requestURL());
     reportFinding(std::move(finding), out.message, input);
   }
   if (message.complete() && message.kind == MessageKind::response) {
@@ -140,45 +77,18 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
                     out.message, input);
     }
   }
-  if (typed != nullptr) {
-    for (const QVMessageFault& fault : typed->faults()) {
-      reportFinding(findingForFault(fault, message), out.message, input);
-    }
+  for (const QVMessageFault* fault : faults) {
+    reportFinding(findingForFault(*fault, message), out.message, input);
+  }
+  if (read.typed != nullptr) {
+    findKeys(*read.typed, message,
+             [&](Finding finding) { reportFinding(std::move(finding), out.message, input); });
   }
   for (const capture::FramingNote& note : message.notes) {
     if (std::optional<Finding> finding = findingForNote(note, message)) {
       reportFinding(std::move(*finding), out.message, input);
     }
   }
-}
-
-std::shared_ptr<QVIPMessage> MessageChecker::classify(const capture::ExchangeRecord& record,
-                                                      const FramedMessage& message,
-                                                      MessageRecord& out) {
-  if (!message.complete()) {
-    leaveUnjudged(out, message.completeness == Completeness::tooLarge ? "too large" : "incomplete");
-    return nullptr;
-  }
-  if (message.kind == MessageKind::informational) {
-    leaveUnjudged(out, "informational");
-    return nullptr;
-  }
-  std::shared_ptr<QVIPMessage> typed;
-  if (record.direction == Direction::toAccessory) {
-    typed = QVIPMessage::requestMessageForHeader(message.header, bodyOf(message));
-  } else if (message.kind == MessageKind::event) {
-    typed = QVIPMessage::responseMessageForRequest(nullptr, message.header, bodyOf(message));
-  } else if (!record.answers || !open_ || open_->index != *record.answers) {
-    leaveUnjudged(out, record.pairingUncertain ? "pairing uncertain" : "no request");
-    return nullptr;
-  } else if (!open_->judged) {
-    leaveUnjudged(out, "request incomplete");
-    return nullptr;
-  } else if (open_->typed != nullptr) {
-    typed = QVIPMessage::responseMessageForRequest(open_->typed, message.header, bodyOf(message));
-  }
-  if (typed == nullptr) out.verdict = Verdict::unrecognised;
-  return typed;
 }
 
 void MessageChecker::reportUnpaired(const capture::ExchangeRecord& record,

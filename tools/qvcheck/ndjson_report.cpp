@@ -32,7 +32,7 @@ JSON locationJSON(const Location& location) {
   json["part"] = orNull(location.part);
   json["byte_offset"] = orNull(location.byteOffset);
   json["byte_length"] = orNull(location.byteLength);
-  json["json_pointer"] = JSON();
+  json["json_pointer"] = orNull(location.jsonPointer);
   json["tlv8_path"] = orNull(location.tlv8Path);
   json["line"] = location.line > 0 ? JSON(location.line) : JSON();
   json["column"] = location.line > 0 ? JSON(location.column) : JSON();
@@ -45,8 +45,8 @@ JSON definitionJSON(const std::optional<DefinitionPlace>& definition) {
   json["kind"] = definition->kind;
   json["name"] = definition->name;
   json["uuid"] = orNull(definition->uuid);
-  json["file"] = definition->file;
-  json["line"] = definition->line;
+  json["file"] = orNull(definition->file);
+  json["line"] = definition->file.empty() ? JSON() : JSON(definition->line);
   return json;
 }
 
@@ -171,6 +171,9 @@ void NDJSONReport::summary(const Summary& record) {
   for (const auto& [reason, count] : record.notJudged) json["not_judged"][reason] = count;
   json["findings"] = JSON::object();
   for (const auto& [rule, count] : record.findings) json["findings"][rule] = count;
+  json["findings_left_out"] = record.leftOut;
+  json["findings_ignored"] = record.ignored;
+  json["stopped_early"] = record.stoppedEarly;
   json["complete"] = record.complete;
   json["exit"] = record.exit;
   json["outcomes"] = JSON::array();

@@ -1,25 +1,13 @@
 #include "tools/qvcheck/output_files.h"
 
-#include <cstdlib>
 #include <fstream>
 
 #include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/ink.h"
 #include "tools/qvcheck/ndjson_report.h"
 #include "tools/qvcheck/text_report.h"
 
 namespace qv::check {
-
-namespace {
-
-// https://no-color.org: any value but the empty one switches color off.
-bool environmentForbidsColor() {
-  const char* noColor = std::getenv("NO_COLOR");
-  const char* terminal = std::getenv("TERM");
-  return (noColor != nullptr && *noColor != '\0') ||
-         (terminal != nullptr && std::string_view(terminal) == "dumb");
-}
-
-}  // namespace
 
 OutputFiles::OutputFiles(const ReportOptions& options, std::ostream& out, bool outIsTerminal,
                          bool judging)
@@ -39,9 +27,7 @@ OutputFiles::OutputFiles(const ReportOptions& options, std::ostream& out, bool o
       sinks_.push_back(std::make_unique<NDJSONReport>(*stream));
       continue;
     }
-    const bool automatic = choice.file.empty() && outIsTerminal && !environmentForbidsColor();
-    const bool color = options.color == ColorChoice::always ||
-                       (options.color == ColorChoice::automatic && automatic);
+    const bool color = wantsColor(options.color, choice.file.empty() && outIsTerminal);
     sinks_.push_back(
         std::make_unique<TextReport>(*stream, TextReport::Style{options.quiet, color, judging}));
   }

@@ -81,9 +81,18 @@ void Report::message(const MessageRecord& record) {
 }
 
 void Report::finding(const Finding& record) {
+  // Why a profile was refused is always told.
+  if (record.location.input && !keeps(record.rule)) {
+    ++account_.ignored;
+    return;
+  }
   ++findings_;
   ++account_.findings[record.rule];
   if (failOn_ && record.severity >= *failOn_) noteOutcome(ExitCode::findings);
+  if (findings_ > limits_.mostFindings) {
+    ++account_.leftOut;
+    return;
+  }
   for (ReportSink* sink : sinks_) sink->finding(record);
 }
 
@@ -95,10 +104,17 @@ void Report::summary(const Summary& record) {
   for (ReportSink* sink : sinks_) sink->summary(record);
 }
 
+bool Report::hasOutcome(ExitCode code) const {
+  return std::ranges::find(account_.outcomes, code) != account_.outcomes.end();
+}
+
+void Report::noteStoppedEarly() {
+  account_.stoppedEarly = true;
+  noteIncomplete();
+}
+
 void Report::noteOutcome(ExitCode code) {
-  auto& outcomes = account_.outcomes;
-  if (std::find(outcomes.begin(), outcomes.end(), code) != outcomes.end()) return;
-  outcomes.push_back(code);
+  if (!hasOutcome(code)) account_.outcomes.push_back(code);
 }
 
 int Report::finish(bool judging, int signal) {
@@ -112,6 +128,7 @@ int Report::finish(bool judging, int signal) {
   }
   if (ordered.empty()) ordered.push_back(ExitCode::clean);
   account_.outcomes = std::move(ordered);
+  account_.mostFindings = limits_.mostFindings;
   account_.exit = signal != 0 ? 128 + signal : static_cast<int>(account_.outcomes.front());
   summary(account_);
   return account_.exit;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "qvparsersupport/common/bytes.h"
+#include "tools/qvcheck/rule_selection.h"
 
 namespace qv::check {
 
@@ -96,7 +97,8 @@ struct Location {
   std::optional<std::size_t> byteOffset;
   std::optional<std::size_t> byteLength;
   std::string tlv8Path;
-  std::size_t line = 0;  // in a profile, from 1; 0 when unknown
+  std::optional<std::string> jsonPointer;  // "" is the whole body
+  std::size_t line = 0;                    // in a profile, from 1; 0 when unknown
   std::size_t column = 0;
 };
 
@@ -141,6 +143,10 @@ struct Summary {
   std::size_t faulty = 0;
   std::map<std::string, std::size_t, std::less<>> notJudged;  // by reason
   std::map<std::string, std::size_t, std::less<>> findings;   // by rule
+  std::size_t leftOut = 0;  // of the findings, those beyond the most that are written
+  std::size_t mostFindings = 0;
+  std::size_t ignored = 0;    // findings of rules that are not reported; not in `findings`
+  bool stoppedEarly = false;  // at the first message with a finding that counts
   bool complete = true;
   std::vector<ExitCode> outcomes;  // all that apply, in the order above
   int exit = 0;                    // the first of them, or 128 + the signal that ended the run
@@ -164,11 +170,21 @@ class ReportSink {
   virtual void summary(const Summary& record) = 0;
 };
 
+// Which findings a run writes. All of the rules kept count for the exit code, written or not.
+struct FindingLimits {
+  static constexpr std::size_t kMostFindings = 10'000;
+
+  RuleSelection rules;
+  std::size_t mostFindings = kMostFindings;
+};
+
 // Passes every record to all outputs of the run and keeps the account that the summary gives.
 class Report : public ReportSink {
  public:
   explicit Report(std::vector<ReportSink*> sinks, std::optional<Severity> failOn)
       : sinks_(std::move(sinks)), failOn_(failOn) {}
+
+  void setLimits(FindingLimits limits) { limits_ = std::move(limits); }
 
   void run(const RunRecord& record) override;
   void profile(const ProfileRecord& record) override;
@@ -183,8 +199,13 @@ class Report : public ReportSink {
   std::size_t nextMessage() const { return account_.messages + 1; }
   std::size_t nextFinding() const { return findings_ + 1; }
 
+  // Whether findings of this rule are reported.
+  bool keeps(std::string_view rule) const { return limits_.rules.keeps(rule); }
+  bool hasOutcome(ExitCode code) const;
+
   void noteOutcome(ExitCode code);
   void noteIncomplete() { account_.complete = false; }
+  void noteStoppedEarly();
   // Closes the account, passes the summary on and answers the exit code. `signal` is the number of
   // the signal that ended the run, 0 for none; `judging` tells whether the command judges messages
   // at all.
@@ -193,6 +214,7 @@ class Report : public ReportSink {
  private:
   std::vector<ReportSink*> sinks_;
   std::optional<Severity> failOn_;
+  FindingLimits limits_;
   Summary account_;
   std::size_t findings_ = 0;
 };

@@ -7,6 +7,17 @@
 
 namespace qv::check {
 
+void declareColor(CLI::App& command, std::string& choice) {
+  command.add_option("--color", choice, "Color in text on standard output; auto honours NO_COLOR")
+      ->check(CLI::IsMember({"auto", "always", "never"}))
+      ->capture_default_str();
+}
+
+ColorChoice colorChoiceNamed(std::string_view name) {
+  if (name == "always") return ColorChoice::always;
+  return name == "never" ? ColorChoice::never : ColorChoice::automatic;
+}
+
 void ReportArguments::declare(CLI::App& command) {
   command_ = &command;
   command
@@ -22,9 +33,7 @@ void ReportArguments::declare(CLI::App& command) {
       ->capture_default_str();
   command.add_flag("--quiet", quiet_,
                    "Only one line for each finding: file:offset: severity[rule]: text");
-  command.add_option("--color", color_, "Color in text on standard output; auto honours NO_COLOR")
-      ->check(CLI::IsMember({"auto", "always", "never"}))
-      ->capture_default_str();
+  declareColor(command, color_);
 }
 
 std::optional<std::string> ReportArguments::readOutputs(ReportOptions& options) const {
@@ -75,9 +84,7 @@ std::optional<std::string> ReportArguments::read(const std::vector<std::string>&
   for (const auto& [name, severity] : kFailOn) {
     if (failOn_ == name) options.failOn = severity;
   }
-  options.color = color_ == "always"  ? ColorChoice::always
-                  : color_ == "never" ? ColorChoice::never
-                                      : ColorChoice::automatic;
+  options.color = colorChoiceNamed(color_);
   options.quiet = quiet_;
   if (auto wrong = withoutEffect(options)) return wrong;
   for (const OutputChoice& output : options.outputs) {

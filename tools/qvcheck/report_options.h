@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/qvcheck/report.h"
@@ -48,6 +49,10 @@ class ReportArguments {
   std::string color_ = "auto";
   bool quiet_ = false;
 };
+
+// The option `--color`, "auto" unless it is given, and what its text asks for.
+void declareColor(CLI::App& command, std::string& choice);
+ColorChoice colorChoiceNamed(std::string_view name);
 
 // True when writing to `output` would destroy the input file.
 bool overwrites(const std::string& output, const std::string& input);

@@ -6,20 +6,15 @@
 
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/excerpt.h"
+#include "tools/qvcheck/report_texts.h"
 
 namespace qv::check {
 
 namespace {
 
-constexpr std::string_view kBold = "\x1B[1m";
-constexpr std::string_view kRed = "\x1B[1;31m";
-constexpr std::string_view kYellow = "\x1B[1;33m";
-constexpr std::string_view kBlue = "\x1B[1;34m";
-constexpr std::string_view kReset = "\x1B[0m";
-
-std::string_view colorOf(Severity severity) {
-  constexpr std::string_view kColors[] = {kBlue, kYellow, kRed};
-  return kColors[static_cast<std::size_t>(severity)];
+Shade shadeOf(Severity severity) {
+  constexpr Shade kShades[] = {Shade::blue, Shade::yellow, Shade::red};
+  return kShades[static_cast<std::size_t>(severity)];
 }
 
 std::string place(const Location& location) {
@@ -28,36 +23,11 @@ std::string place(const Location& location) {
   return fmt::format("{}:{}", text, location.byteOffset.value_or(0));
 }
 
-std::string what(const MessageRecord& record) {
-  const std::string target = escapedShort(record.method + " " + record.url);
-  if (record.kind == "request") {
-    return fmt::format("request {} (connection {})", target, record.connection);
-  }
-  if (record.kind == "event")
-    return fmt::format("event notification (connection {})", record.connection);
-  if (record.answers) {
-    return fmt::format("response to {} (message {}, connection {})", target, *record.answers,
-                       record.connection);
-  }
-  return fmt::format("{} (connection {})",
-                     record.kind == "response" ? "response to an unknown request" : "message",
-                     record.connection);
-}
-
-std::string counted(std::size_t count, std::string_view noun) {
-  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
-}
-
 }  // namespace
 
-std::string TextReport::painted(std::string_view text, std::string_view color) const {
-  if (!style_.color) return std::string(text);
-  return fmt::format("{}{}{}", color, text, kReset);
-}
-
 std::string TextReport::severityAndRule(const Finding& record) const {
-  return painted(fmt::format("{}[{}]", nameOf(record.severity), record.rule),
-                 colorOf(record.severity));
+  return ink_(shadeOf(record.severity),
+              fmt::format("{}[{}]", nameOf(record.severity), record.rule));
 }
 
 void TextReport::profile(const ProfileRecord& record) {
@@ -68,10 +38,19 @@ void TextReport::profile(const ProfileRecord& record) {
                       counted(record.services, "service"));
 }
 
+// The message's text, where no finding of its block said it.
+void TextReport::closeBlock() {
+  if (messageText_ && messageLine_.empty() && !style_.quiet) {
+    out_ << "  message text: " << escaped(*messageText_) << '\n';
+  }
+  messageText_.reset();
+}
+
 void TextReport::message(const MessageRecord& record) {
+  closeBlock();
+  messageText_ = record.errorDescription;
   messageOffset_ = record.offset;
-  messageLine_ = fmt::format("{}:{}: message {}, {}\n", escaped(record.inputName), record.offset,
-                             record.message, what(record));
+  messageLine_ = headingOf(record);
 }
 
 void TextReport::finding(const Finding& record) {
@@ -81,14 +60,16 @@ void TextReport::finding(const Finding& record) {
     return;
   }
   const bool ownsBlock = !record.message;
+  if (ownsBlock) closeBlock();
+  if (!record.fromTool && messageText_ == record.text) messageText_.reset();
   if (ownsBlock || !messageLine_.empty()) {
     if (wroteBlock_) out_ << '\n';
     wroteBlock_ = true;
     if (ownsBlock) {
-      out_ << painted(place(record.location) + ":", kBold) << ' ' << severityAndRule(record) << ": "
-           << escaped(record.text) << '\n';
+      out_ << ink_(Shade::bold, place(record.location) + ":") << ' ' << severityAndRule(record)
+           << ": " << escaped(record.text) << '\n';
     } else {
-      out_ << painted(messageLine_.substr(0, messageLine_.size() - 1), kBold) << '\n';
+      out_ << ink_(Shade::bold, messageLine_) << '\n';
     }
     messageLine_.clear();
   }
@@ -96,20 +77,37 @@ void TextReport::finding(const Finding& record) {
   details(record);
 }
 
+// Whether the finding before this one concerned the same value.
+bool TextReport::isShownAbove(const Finding& record) {
+  const Location& location = record.location;
+  std::optional<PlaceShown> place;
+  if (location.jsonPointer && record.message && record.excerpt) {
+    place = PlaceShown{*record.message, *location.jsonPointer, location.byteOffset.value_or(0)};
+  }
+  const bool isShown = place && place == placeShown_;
+  placeShown_ = std::move(place);
+  return isShown;
+}
+
 void TextReport::details(const Finding& record) {
   constexpr std::string_view kIndent = "      ";
   if (!record.location.tlv8Path.empty()) {
     out_ << kIndent << "at TLV8 field " << record.location.tlv8Path << '\n';
+  }
+  const bool isShown = isShownAbove(record);
+  if (const auto& pointer = record.location.jsonPointer) {
+    out_ << kIndent << "at " << (pointer->empty() ? "the whole body" : escapedShort(*pointer))
+         << (isShown ? ", shown above" : "") << '\n';
   }
   if (!record.markup.empty()) out_ << kIndent << escaped(record.markup) << '\n';
   if (!record.excerpt && record.message && record.location.byteOffset &&
       record.location.byteOffset != messageOffset_) {
     out_ << kIndent << "at byte " << *record.location.byteOffset << '\n';
   }
-  if (record.excerpt) {
+  if (record.excerpt && !isShown) {
     for (const std::string& line : renderedLines(*record.excerpt)) {
       const bool carets = line.find_first_not_of(" ^") == std::string::npos;
-      out_ << kIndent << (carets ? painted(line, colorOf(record.severity)) : line) << '\n';
+      out_ << kIndent << (carets ? ink_(shadeOf(record.severity), line) : line) << '\n';
     }
   }
   if (!record.expected.empty()) out_ << kIndent << "expected: " << escaped(record.expected) << '\n';
@@ -117,16 +115,28 @@ void TextReport::details(const Finding& record) {
     out_ << kIndent << "actual:   " << escapedShort(record.actual) << '\n';
   if (record.definition) {
     const DefinitionPlace& definition = *record.definition;
-    out_ << kIndent
-         << fmt::format("defined:  {} '{}' ({}:{})\n", definition.kind, escaped(definition.name),
-                        escaped(definition.file), definition.line);
+    out_ << kIndent << fmt::format("defined:  {} '{}'", definition.kind, escaped(definition.name));
+    if (!definition.file.empty()) {
+      out_ << fmt::format(" ({}:{})", escaped(definition.file), definition.line);
+    }
+    out_ << '\n';
   }
   if (!record.hint.empty()) out_ << kIndent << "hint:     " << escaped(record.hint) << '\n';
 }
 
 void TextReport::summary(const Summary& record) {
+  closeBlock();
+  if (wroteBlock_ && !style_.quiet) out_ << '\n';
+  if (record.leftOut > 0) {
+    out_ << fmt::format("{} left out beyond --max-findings {}\n",
+                        counted(record.leftOut, "finding"), record.mostFindings);
+  }
   if (style_.quiet) return;
-  if (wroteBlock_) out_ << '\n';
+  if (record.ignored > 0) {
+    out_ << fmt::format("{} left out by --select and --ignore\n",
+                        counted(record.ignored, "finding"));
+  }
+  if (record.stoppedEarly) out_ << "stopped at the first message that counts (--fail-fast)\n";
   if (style_.judging) {
     out_ << fmt::format("checked {} of {}: {} faulty, {} without fault", record.judged,
                         counted(record.messages, "message"), record.faulty,

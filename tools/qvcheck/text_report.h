@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "tools/qvcheck/ink.h"
 #include "tools/qvcheck/report.h"
 
 namespace qv::check {
@@ -18,7 +19,7 @@ class TextReport : public ReportSink {
     bool color = false;
     bool judging = true;  // the command judges messages, so the summary counts them
   };
-  TextReport(std::ostream& out, Style style) : out_(out), style_(style) {}
+  TextReport(std::ostream& out, Style style) : out_(out), style_(style), ink_(style.color) {}
 
   void run(const RunRecord&) override {}
   void profile(const ProfileRecord& record) override;
@@ -30,13 +31,25 @@ class TextReport : public ReportSink {
   void summary(const Summary& record) override;
 
  private:
+  // A value of a JSON body that was shown.
+  struct PlaceShown {
+    std::size_t message;
+    std::string pointer;
+    std::size_t byteOffset;
+    friend bool operator==(const PlaceShown&, const PlaceShown&) = default;
+  };
+
+  void closeBlock();
+  bool isShownAbove(const Finding& record);
   void details(const Finding& record);
   std::string severityAndRule(const Finding& record) const;
-  std::string painted(std::string_view text, std::string_view color) const;
 
   std::ostream& out_;
   Style style_;
+  Ink ink_;
   std::string messageLine_;  // of the last message, until its first finding prints it
+  std::optional<std::string> messageText_;  // its error description, until a finding says the same
+  std::optional<PlaceShown> placeShown_;    // by the finding before
   std::size_t messageOffset_ = 0;
   bool wroteBlock_ = false;
 };

@@ -96,6 +96,10 @@ void checkConnection(const TrafficOptions& options, Report& report, std::ostream
     const auto record = pairing.next();
     if (!record) break;
     checker.check(*record);
+    if (options.failFast && report.hasOutcome(ExitCode::findings)) {
+      report.noteStoppedEarly();
+      break;
+    }
   }
   if (endingSignal != 0) report.noteIncomplete();
   closeInput(*requests, requestInput, report, err);
@@ -111,6 +115,14 @@ RunRecord runRecord(const TrafficOptions& options) {
   run.options.emplace_back("max-message-size", std::to_string(options.maxMessageSize));
   run.options.emplace_back(
       "fail-on", options.report.failOn ? std::string(nameOf(*options.report.failOn)) : "never");
+  for (const std::string& rule : options.limits.rules.select) {
+    run.options.emplace_back("select", rule);
+  }
+  for (const std::string& rule : options.limits.rules.ignore) {
+    run.options.emplace_back("ignore", rule);
+  }
+  run.options.emplace_back("max-findings", std::to_string(options.limits.mostFindings));
+  if (options.failFast) run.options.emplace_back("fail-fast", "true");
   return run;
 }
 
@@ -120,6 +132,7 @@ int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& e
                bool outIsTerminal) {
   return writeReport(options.report, out, err, outIsTerminal, true, [&](Report& report) {
     const SignalWatch watch;
+    report.setLimits(options.limits);
     report.run(runRecord(options));
     if (loadProfiles(options.profiles, report, err)) checkConnection(options, report, err);
     return report.finish(true, endingSignal);

@@ -1,9 +1,11 @@
 #include "tools/qvcheck/traffic_options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <utility>
 
-#include "qvparsersupport/common/text_readings.h"
 #include "tools/qvcheck/command_family.h"
+#include "tools/qvcheck/tool_rules.h"
 
 namespace qv::check {
 
@@ -17,10 +19,9 @@ constexpr const char* kExamples =
     "  qvcheck traffic --profile lamp.xml --request a.req --response a.rsp \\\n"
     "          --output text --output ndjson=run.ndjson --fail-on warning";
 
-std::string checkedSize(const std::string& text) {
-  const bool digits = !text.empty() && holdsOnlyDecimalDigits(text);
-  return digits && integerReading(text) > 0 ? ""
-                                            : "'" + text + "' is not a number of bytes above 0";
+bool namesAnyRule(const std::string& name) {
+  const auto isNamed = [&](const QVRule& rule) { return namesRule(name, rule.id); };
+  return std::ranges::any_of(messageRules(), isNamed) || std::ranges::any_of(toolRules(), isNamed);
 }
 
 class TrafficFamily : public CommandFamily {
@@ -29,29 +30,8 @@ class TrafficFamily : public CommandFamily {
     command_ =
         app.add_subcommand("traffic", "Check one captured connection, given as two byte streams");
     command_->footer(kExamples);
-    command_
-        ->add_option("--profile", options_.profiles,
-                     "Profile to check against; may be repeated, the order counts")
-        ->type_name("FILE")
-        ->expected(1)
-        ->take_all()
-        ->required();
-    command_
-        ->add_option("--request", options_.requestFile,
-                     "Bytes from the controller to the accessory")
-        ->type_name("FILE")
-        ->required();
-    command_
-        ->add_option("--response", options_.responseFile,
-                     "Bytes from the accessory to the controller, events included")
-        ->type_name("FILE")
-        ->required();
-    command_
-        ->add_option("--max-message-size", options_.maxMessageSize,
-                     "Larger messages are reported and skipped")
-        ->type_name("BYTES")
-        ->check(checkedSize)
-        ->capture_default_str();
+    declareConnection(*command_, options_);
+    declareLimits();
     report_.declare(*command_);
   }
 
@@ -60,10 +40,45 @@ class TrafficFamily : public CommandFamily {
     std::vector<std::string> inputs = options_.profiles;
     inputs.insert(inputs.end(), {options_.requestFile, options_.responseFile});
     if (const auto wrong = report_.read(inputs, options_.report)) return usageError(*wrong);
+    for (const auto& [option, names] : {std::pair("--select", &options_.limits.rules.select),
+                                        std::pair("--ignore", &options_.limits.rules.ignore)}) {
+      const auto unknown = std::ranges::find_if_not(*names, namesAnyRule);
+      if (unknown != names->end()) {
+        return usageError(std::string(option) + ": there is no rule '" + *unknown +
+                          "'; 'qvcheck rules' lists them");
+      }
+    }
+    if (options_.failFast && !options_.report.failOn) {
+      return usageError("--fail-fast has no effect with --fail-on never");
+    }
     return options_;
   }
 
  private:
+  void declareLimits() {
+    command_
+        ->add_option("--select", options_.limits.rules.select,
+                     "Report this rule, or rules of this area, alone; may be repeated")
+        ->type_name("RULE")
+        ->expected(1)
+        ->take_all();
+    command_
+        ->add_option(
+            "--ignore", options_.limits.rules.ignore,
+            "Do not report this rule, or rules of this area (json, json.*); may be repeated")
+        ->type_name("RULE")
+        ->expected(1)
+        ->take_all();
+    command_
+        ->add_option("--max-findings", options_.limits.mostFindings,
+                     "Further findings are only counted")
+        ->type_name("COUNT")
+        ->check(checkedCount)
+        ->capture_default_str();
+    command_->add_flag("--fail-fast", options_.failFast,
+                       "Stop behind the first message that makes the exit code 1");
+  }
+
   CLI::App* command_ = nullptr;
   TrafficOptions options_;
   ReportArguments report_;

@@ -1,18 +1,13 @@
 #pragma once
 
-#include <cstddef>
-#include <string>
-#include <vector>
-
+#include "tools/qvcheck/connection_options.h"
 #include "tools/qvcheck/report_options.h"
 
 namespace qv::check {
 
-struct TrafficOptions {
-  std::vector<std::string> profiles;
-  std::string requestFile;
-  std::string responseFile;
-  std::size_t maxMessageSize = std::size_t{64} << 20;  // bytes
+struct TrafficOptions : ConnectionOptions {
+  FindingLimits limits;
+  bool failFast = false;
   ReportOptions report;
 };
 

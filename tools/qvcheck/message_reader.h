@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "capture/exchange_pairing.h"
+#include "qvparsersupport/ipmessages/ip_message.h"
+#include "tools/qvcheck/report.h"
+
+namespace qv::check {
+
+struct ReadMessage {
+  MessageRecord record;
+  std::shared_ptr<QVHTTPMessage> http;  // without the body
+  std::shared_ptr<QVIPMessage> typed;   // null when it is not judged or no class recognises it
+};
+
+// Hands the messages of one connection, in report order, to the library, asks pairing messages for
+// their body, and says of every other message why it is not judged.
+class MessageReader {
+ public:
+  explicit MessageReader(std::size_t connection) : connection_(connection) {}
+
+  // `message` is that of the record.
+  ReadMessage read(const capture::ExchangeRecord& record, const capture::FramedMessage& message,
+                   std::size_t number, const std::string& inputName);
+
+ private:
+  // The request whose response is to come.
+  struct OpenRequest {
+    std::uint64_t index = 0;
+    std::size_t message = 0;
+    std::string method;
+    std::string url;
+    bool judged = false;
+    std::shared_ptr<QVIPMessage> typed;  // null when no class recognises it
+  };
+
+  std::shared_ptr<QVIPMessage> classify(const capture::ExchangeRecord& record,
+                                        const capture::FramedMessage& message, MessageRecord& out);
+
+  std::size_t connection_;
+  std::optional<OpenRequest> open_;
+};
+
+}  // namespace qv::check

@@ -1,0 +1,48 @@
+#include "tools/qvcheck/show_options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "tools/qvcheck/command_family.h"
+
+namespace qv::check {
+
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  qvcheck show --profile lamp.xml --request run1.req --response run1.rsp\n"
+    "  qvcheck show --profile lamp.xml --request run1.req --response run1.rsp --message 14";
+
+class ShowFamily : public CommandFamily {
+ public:
+  void declare(CLI::App& app) override {
+    command_ = app.add_subcommand("show", "Show decoded messages without judging them");
+    command_->footer(kExamples);
+    declareConnection(*command_, options_);
+    command_
+        ->add_option("--message", options_.message,
+                     "Only this message, by the number that the report gives it")
+        ->type_name("N")
+        ->check(checkedCountAboveZero);
+    declareColor(*command_, color_);
+  }
+
+  std::optional<Command> command() override {
+    if (!command_->parsed()) return std::nullopt;
+    options_.color = colorChoiceNamed(color_);
+    return options_;
+  }
+
+ private:
+  CLI::App* command_ = nullptr;
+  std::string color_ = "auto";
+  ShowOptions options_;
+};
+
+}  // namespace
+
+std::unique_ptr<CommandFamily> makeShowFamily() {
+  return std::make_unique<ShowFamily>();
+}
+
+}  // namespace qv::check

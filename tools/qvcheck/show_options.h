@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+
+#include "tools/qvcheck/connection_options.h"
+#include "tools/qvcheck/report_options.h"
+
+namespace qv::check {
+
+struct ShowOptions : ConnectionOptions {
+  std::optional<std::size_t> message;  // the only one to show
+  ColorChoice color = ColorChoice::automatic;
+};
+
+}  // namespace qv::check
