@@ -14,7 +14,6 @@
 #include "tools/qvcheck/message_view.h"
 #include "tools/qvcheck/profile_loading.h"
 #include "tools/qvcheck/report_texts.h"
-#include "tools/qvcheck/text_report.h"
 
 namespace qv::check {
 
@@ -129,12 +128,7 @@ ExitCode showConnection(const ShowOptions& options, std::ostream& out, std::ostr
 }  // namespace
 
 int runShow(const ShowOptions& options, std::ostream& out, std::ostream& err, bool outIsTerminal) {
-  TextReport complaints(err, {.quiet = true, .color = false, .judging = true});
-  Report report({&complaints}, std::nullopt);
-  if (!loadProfiles(options.profiles, report, err)) {
-    return static_cast<int>(report.hasOutcome(ExitCode::profileRefused) ? ExitCode::profileRefused
-                                                                        : ExitCode::inputDamaged);
-  }
+  if (const auto refused = loadProfilesQuietly(options.profiles, err)) return *refused;
   const ExitCode exit = showConnection(options, out, err, wantsColor(options.color, outIsTerminal));
   if (out.flush()) return static_cast<int>(exit);
   err << "qvcheck: not everything could be written\n";
