@@ -3,13 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
+#include <sstream>
 
 #include "capture/stream_items.h"
+#include "qvparsersupport/common/utf8.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "tests/support/expectations.h"
+#include "tests/support/readable_bytes.h"
 #include "tests/support/xml_fragment.h"
 #include "tools/qvcheck/message_checker.h"
+#include "tools/qvcheck/message_view.h"
 
 namespace qv::test {
 namespace {
@@ -74,6 +79,43 @@ TEST_F(Robustness, aFlippedByteBreaksNothing) {
         const int exit = check(streams);
         EXPECT_TRUE(exit == 0 || exit == 1 || exit == 5) << exit;
         byte ^= 0x81;
+      }
+    }
+  }
+}
+
+// Everything that `qvcheck show` writes of the streams.
+std::string shown(const Streams& streams) {
+  std::ostringstream out;
+  check::ViewPage page(out, false);
+  check::MessageReader reader(1);
+  check::AttributeNames names;
+  capture::ExchangePairing pairing(itemsOf(streams.requests, Direction::toAccessory),
+                                   itemsOf(streams.responses, Direction::toController));
+  while (const auto record = pairing.next()) {
+    if (record->message() == nullptr) continue;
+    const auto read = reader.read(*record, *record->message(), 1, "input");
+    names.learn(read.typed.get());
+    check::showMessage(page, read, *record->message(), names);
+  }
+  return out.str();
+}
+
+TEST(ShowRobustness, whateverIsCapturedIsPrintable) {
+  const std::string traffic = QV_SOURCE_DIR "/tests/captures/traffic/";
+  const std::vector documents = {documentFrom(contentOf(traffic + "pairing.xml"))};
+  ASSERT_TRUE(QVSymbolTable::sharedSymbolTable().loadDocuments(documents));
+  for (const char* name : {"json-clean", "field-faults"}) {
+    Streams streams = {readableBytes(contentOf(traffic + name + "/request")),
+                       readableBytes(contentOf(traffic + name + "/response"))};
+    for (Bytes Streams::*flipped : {&Streams::requests, &Streams::responses}) {
+      for (std::uint8_t& byte : streams.*flipped) {
+        byte ^= 0x60;
+        const std::string text = shown(streams);
+        EXPECT_TRUE(isValidUTF8(bytesOf(text)));
+        EXPECT_TRUE(
+            std::ranges::none_of(text, [](char c) { return c < ' ' && c >= 0 && c != '\n'; }));
+        byte ^= 0x60;
       }
     }
   }

@@ -5,6 +5,8 @@
 #include <charconv>
 #include <system_error>
 
+#include "qvparsersupport/ipmessages/json_message.h"
+
 namespace qv::check {
 
 namespace {
@@ -19,9 +21,12 @@ std::string nameOf(const std::shared_ptr<QVIPUUIDTypeString>& type) {
 
 }  // namespace
 
-void AttributeNames::learn(const QVIPAttributeDatabaseObject& database) {
+void AttributeNames::learn(const QVIPMessage* message) {
+  const auto* response =
+      dynamic_cast<const QVIPAccessoryAttributeDatabaseResponseMessage*>(message);
+  if (response == nullptr || !response->cachedJSONPayload()) return;
   known_.clear();
-  const auto accessories = database.accessoriesValue();
+  const auto accessories = response->attributeDatabaseObject()->accessoriesValue();
   if (!accessories) return;
   for (const auto& accessory : *accessories) {
     const auto aid = accessory->aidValue();

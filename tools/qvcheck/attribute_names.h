@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "qvparsersupport/ipmessages/ip_message.h"
 #include "qvparsersupport/json/attribute_database_objects.h"
 
 namespace qv::check {
@@ -22,8 +23,9 @@ struct KnownCharacteristic {
 // Names for the ids that reads, writes and events give.
 class AttributeNames {
  public:
-  // Forgets what was and takes everything of this database that has ids.
-  void learn(const QVIPAttributeDatabaseObject& database);
+  // From a message that carries an attribute database, forgets what was and takes everything that
+  // has ids; does nothing with others.
+  void learn(const QVIPMessage* message);
   // Null when the database has no such characteristic.
   const KnownCharacteristic* find(std::uint64_t aid, std::uint64_t iid) const;
   // The same for ids given as decimal digits.

@@ -9,7 +9,6 @@
 #include "capture/byte_source.h"
 #include "capture/exchange_pairing.h"
 #include "capture/stream_items.h"
-#include "qvparsersupport/ipmessages/json_message.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/message_view.h"
 #include "tools/qvcheck/profile_loading.h"
@@ -56,11 +55,7 @@ class Shower {
     const ReadMessage read = reader_.read(record, message, outcome.messages + 1, file);
     ++outcome.messages;
     if (!message.complete()) outcome.damaged = true;
-    const auto* database =
-        dynamic_cast<const QVIPAccessoryAttributeDatabaseResponseMessage*>(read.typed.get());
-    if (database != nullptr && database->cachedJSONPayload()) {
-      names_.learn(*database->attributeDatabaseObject());
-    }
+    names_.learn(read.typed.get());
     if (!isWanted()) return;
     separate();
     showMessage(page_, read, message, names_);
