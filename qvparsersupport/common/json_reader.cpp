@@ -32,35 +32,36 @@ class TreeHandler {
   static constexpr std::size_t max_key_size = static_cast<std::size_t>(-1);
   static constexpr std::size_t max_string_size = static_cast<std::size_t>(-1);
 
-  explicit TreeHandler(std::string_view text)
-      : storage_(ValueStorage::make()), text_(storage_->copyText(text)) {}
+  TreeHandler(std::string_view text, std::size_t maximumValues)
+      : storage_(ValueStorage::make()),
+        text_(storage_->copyText(text)),
+        maximumValues_(maximumValues) {}
 
   // The text in the arena: what is to be parsed.
   std::string_view text() const { return text_; }
   Value take() { return ValueBuilder::adopt(values_.back(), std::move(storage_)); }
   bool hasRepeatedKeys() const { return hasRepeatedKeys_; }
+  bool tookTooManyValues() const { return valueCount_ > maximumValues_; }
 
   bool on_document_begin(bj::error_code&) { return true; }
   bool on_document_end(bj::error_code&) { return true; }
   bool on_object_begin(bj::error_code&) { return true; }
   bool on_array_begin(bj::error_code&) { return true; }
 
-  bool on_object_end(std::size_t count, bj::error_code&) {
+  bool on_object_end(std::size_t count, bj::error_code& error) {
     std::size_t size = 0;
     const ValueEntryNode* copy =
         storage_->copyEntries(std::span(keys_).last(count), std::span(values_).last(count), size);
     hasRepeatedKeys_ = hasRepeatedKeys_ || size < count;
     keys_.resize(keys_.size() - count);
     values_.resize(values_.size() - count);
-    push(Value::Type::dictionary, copy, size);
-    return true;
+    return push(ValueBuilder::nodeOf(Value::Type::dictionary, copy, size), error);
   }
 
-  bool on_array_end(std::size_t count, bj::error_code&) {
+  bool on_array_end(std::size_t count, bj::error_code& error) {
     const ValueNode* copy = storage_->copyNodes(std::span(values_).last(count));
     values_.resize(values_.size() - count);
-    push(Value::Type::array, copy, count);
-    return true;
+    return push(ValueBuilder::nodeOf(Value::Type::array, copy, count), error);
   }
 
   bool on_key_part(bj::string_view part, std::size_t, bj::error_code&) { return appendPart(part); }
@@ -71,18 +72,17 @@ class TreeHandler {
   bool on_string_part(bj::string_view part, std::size_t, bj::error_code&) {
     return appendPart(part);
   }
-  bool on_string(bj::string_view part, std::size_t, bj::error_code&) {
+  bool on_string(bj::string_view part, std::size_t, bj::error_code& error) {
     const std::string_view text = finishText(part);
-    push(Value::Type::string, text.data(), text.size());
-    return true;
+    return push(ValueBuilder::nodeOf(Value::Type::string, text.data(), text.size()), error);
   }
 
   bool on_number_part(bj::string_view part, bj::error_code&) { return appendPart(part); }
-  bool on_int64(std::int64_t value, bj::string_view, bj::error_code&) {
-    return pushNumber(Number::int64(value));
+  bool on_int64(std::int64_t value, bj::string_view, bj::error_code& error) {
+    return pushNumber(Number::int64(value), error);
   }
-  bool on_uint64(std::uint64_t value, bj::string_view, bj::error_code&) {
-    return pushNumber(Number::uint64(value));
+  bool on_uint64(std::uint64_t value, bj::string_view, bj::error_code& error) {
+    return pushNumber(Number::uint64(value), error);
   }
   // The parser's own doubles are not always correctly rounded, so the text is read again.
   bool on_double(double, bj::string_view part, bj::error_code& error) {
@@ -98,13 +98,12 @@ class TreeHandler {
       }
       value = negative ? -0.0 : 0.0;
     }
-    return pushNumber(Number::float64(value));
+    return pushNumber(Number::float64(value), error);
   }
-  bool on_bool(bool value, bj::error_code&) { return pushNumber(Number::boolean(value)); }
-  bool on_null(bj::error_code&) {
-    values_.emplace_back();
-    return true;
+  bool on_bool(bool value, bj::error_code& error) {
+    return pushNumber(Number::boolean(value), error);
   }
+  bool on_null(bj::error_code& error) { return push(ValueNode(), error); }
   bool on_comment_part(bj::string_view, bj::error_code&) { return true; }
   bool on_comment(bj::string_view, bj::error_code&) { return true; }
 
@@ -126,14 +125,16 @@ class TreeHandler {
     return text;
   }
 
-  bool pushNumber(Number number) {
+  bool pushNumber(Number number, bj::error_code& error) {
     pending_.clear();
-    values_.push_back(ValueBuilder::nodeOf(number));
-    return true;
+    return push(ValueBuilder::nodeOf(number), error);
   }
 
-  void push(Value::Type type, const void* address, std::size_t size) {
-    values_.push_back(ValueBuilder::nodeOf(type, address, size));
+  bool push(const ValueNode& node, bj::error_code& error) {
+    values_.push_back(node);
+    if (++valueCount_ <= maximumValues_) return true;
+    error = bj::error::array_too_large;  // its text is not shown
+    return false;
   }
 
   ValueStorage::Owner storage_;
@@ -141,6 +142,8 @@ class TreeHandler {
   std::vector<ValueNode> values_;
   std::vector<std::string_view> keys_;
   std::string pending_;
+  std::size_t maximumValues_;
+  std::size_t valueCount_ = 0;
   bool hasRepeatedKeys_ = false;
 };
 
@@ -155,7 +158,7 @@ JSONParseResult parseJSON(ByteView text, const JSONLimits& limits) {
   }
   bj::parse_options options;
   options.max_depth = std::min(limits.maximumDepth, JSONLimits::kMaximumDepth);
-  bj::basic_parser<TreeHandler> parser(options, textOf(text));
+  bj::basic_parser<TreeHandler> parser(options, textOf(text), limits.maximumValues);
   bj::error_code error;
   const std::string_view kept = parser.handler().text();
   const std::size_t consumed = parser.write_some(false, kept.data(), kept.size(), error);
@@ -164,7 +167,10 @@ JSONParseResult parseJSON(ByteView text, const JSONLimits& limits) {
   if (!error && !parser.done()) error = bj::error::incomplete;
   if (error) {
     result.errorOffset = consumed;
-    result.error = fmt::format("{} at byte {}", error.message(), consumed);
+    result.error = parser.handler().tookTooManyValues()
+                       ? fmt::format("more values than the limit of {}", limits.maximumValues)
+                       : error.message();
+    result.error += fmt::format(" at byte {}", consumed);
     return result;
   }
   result.hasRepeatedKeys = parser.handler().hasRepeatedKeys();

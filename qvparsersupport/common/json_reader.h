@@ -16,6 +16,9 @@ struct JSONLimits {
 
   std::size_t maximumBytes = static_cast<std::size_t>(-1);
   std::size_t maximumDepth = kMaximumDepth;  // of nested arrays and objects; never above this
+  // Values of every kind, nested ones included. What is built for a value can be hundreds of times
+  // as large as its two bytes of text, so this is what bounds the memory that a body may cost.
+  std::size_t maximumValues = 8'000'000;
 };
 
 struct JSONParseResult {

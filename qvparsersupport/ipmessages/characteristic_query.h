@@ -17,7 +17,7 @@ using QVIPCharacteristicID = std::array<std::string, 2>;
 // The ids of "/characteristics?id=1.10,2.3" in their order, repeated ones included. Null with a
 // text for every other URL. Takes any number of ids in linear time, with 64 bytes for a pair of ids
 // of up to 15 digits each and no allocation for a URL that is refused. Digits are those of ASCII.
-std::optional<std::vector<QVIPCharacteristicID>> characteristicIDsOfURL(std::string_view url,
-                                                                        ErrorSlot errorDescription);
+QV_EXPORT std::optional<std::vector<QVIPCharacteristicID>> characteristicIDsOfURL(
+    std::string_view url, ErrorSlot errorDescription);
 
 }  // namespace qv

@@ -49,6 +49,7 @@ std::shared_ptr<QVIPMessage> QVIPMessage::requestMessageForHeader(ByteView heade
     if (!messageClass.messageMatchesHTTPMessage(*httpMessage)) continue;
     auto message = messageClass.make();
     message->limits_ = limits;
+    message->isBeingBuilt_ = true;
     message->initWithHTTPMessage(std::move(httpMessage));
     message->finish();
     return message;
@@ -64,11 +65,21 @@ std::shared_ptr<QVIPMessage> QVIPMessage::responseMessageForRequest(
     if (!messageClass.messageMatchesRequest(request.get(), *httpMessage)) continue;
     auto message = messageClass.make();
     message->limits_ = limits;
+    message->isBeingBuilt_ = true;
     message->initWithRequest(std::move(request), std::move(httpMessage));
     message->finish();
     return message;
   }
   return nullptr;
+}
+
+// A host can make a chain of requests of any length; it is taken apart without recursion.
+QVIPMessage::~QVIPMessage() {
+  std::shared_ptr<QVIPMessage> next = std::move(request_);
+  while (next != nullptr && next.use_count() == 1) {
+    std::shared_ptr<QVIPMessage> after = std::move(next->request_);
+    next = std::move(after);
+  }
 }
 
 void QVIPMessage::initWithHTTPMessage(std::shared_ptr<QVHTTPMessage> httpMessage) {
@@ -88,8 +99,8 @@ void QVIPMessage::setHttpMessage(std::shared_ptr<QVHTTPMessage> message) {
 }
 
 const JSONParseResult& QVIPMessage::parsedBody() {
-  // A built message may be given another body at any time.
-  if (isBuilt_) parsedBody_.reset();
+  // A host may give another body to a message at any time.
+  if (!isBeingBuilt_) parsedBody_.reset();
   if (!parsedBody_) {
     const auto& body = httpMessageOrEmpty().body();
     parsedBody_ = body ? parseJSON(*body, limits_) : JSONParseResult();
@@ -111,7 +122,7 @@ void QVIPMessage::finish() {
     for (std::size_t i = 0; i < waiting.size(); ++i) waiting[i]->range = ranges[i];
   }
   parsedBody_.reset();
-  isBuilt_ = true;
+  isBeingBuilt_ = false;
 }
 
 std::optional<ByteRange> QVIPMessage::bodyRangeOfJSONPointer(std::string_view pointer) const {
@@ -152,6 +163,8 @@ void QVIPMessage::checkObjectForError(const QVIPJSONObject* object) {
   }
 }
 
+// Deliberate: compared exactly, so another letter case or a parameter is a fault (RFC 9110, section
+// 8.3.1, would take both).
 bool QVIPMessage::checkContentType(std::string_view expected) {
   const auto actual = httpMessageOrEmpty().contentType();
   if (actual == expected) return true;
@@ -184,6 +197,8 @@ void QVIPMessage::setErrorDescription(std::optional<std::string> text) {
 
 void QVIPMessage::setFault(QVMessageFault fault) {
   errorDescription_ = fault.text;
+  // The text that decides is always among the faults.
+  if (faults_.size() == kMaximumFaults) faults_.pop_back();
   keepFault(std::move(fault));
 }
 

@@ -31,13 +31,14 @@ QV_EXPORT extern const std::int64_t VELIPStatusErrorCodeInsufficientPrivileges; 
 // returned; what is wrong with it is its `errorDescription` (the last text) and its `faults` (all
 // of them, in order). Unknown traffic yields null.
 //
-// A message belongs to the thread that uses it. Several threads may classify at once, except for
-// messages with a JSON body; see `sawFailStatus`.
+// A message belongs to the thread that uses it. Several threads may classify at once, but messages
+// of the classes that decode JSON objects only one at a time, whether they have a body or not; see
+// `sawFailStatus`.
 class QV_EXPORT QVIPMessage {
  public:
   QVIPMessage(const QVIPMessage&) = delete;
   QVIPMessage& operator=(const QVIPMessage&) = delete;
-  virtual ~QVIPMessage() = default;
+  virtual ~QVIPMessage();
 
   // The message that the header block (see QVHTTPMessage) and body make; null when no request class
   // recognises it. Buffers are copied. A JSON body beyond the limits is one that cannot be parsed.
@@ -132,7 +133,7 @@ class QV_EXPORT QVIPMessage {
   std::vector<QVMessageFault> faults_;
   JSONLimits limits_;
   std::optional<JSONParseResult> parsedBody_;
-  bool isBuilt_ = false;
+  bool isBeingBuilt_ = false;
   bool hasRepeatedKeys_ = false;
 };
 

@@ -89,7 +89,7 @@ class QV_EXPORT QVIPMultipleCharacteristicReadRequestMessage : public QVIPJSONPa
   static constexpr const char* kClassName = "QVIPMultipleCharacteristicReadRequestMessage";
   static constexpr const char* kMethod = "GET";
   static constexpr const char* kURL = "/characteristics";
-  // Any URL that begins with "/characteristics", "/characteristicsX" included.
+  // Deliberate: any URL that begins with "/characteristics", "/characteristicsX" included.
   static bool messageMatchesHTTPMessage(const QVHTTPMessage& httpMessage);
   const char* className() const override { return kClassName; }
 

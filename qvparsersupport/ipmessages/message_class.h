@@ -35,7 +35,7 @@ class QV_EXPORT QVIPRequestClass : public Base {
 };
 
 // What makes a class a response class: it recognises what answers a `Request` or a subclass of it.
-// An event notification answers nothing, even when it is handed in with a request.
+// Deliberate: an event notification answers nothing, even when it is handed in with a request.
 template <class Self, class Request, class Base>
 class QV_EXPORT QVIPResponseClass : public Base {
  public:

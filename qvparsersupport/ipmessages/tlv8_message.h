@@ -49,6 +49,9 @@ class QV_EXPORT QVIPPairingMessage : public QVIPTLV8PayloadMessage {
   // when no profile defines it. Never raises, a load in progress or not.
   std::shared_ptr<QVTLV8XMLObject> tlv8Definition() const override;
   std::optional<std::string> tlv8MIMEType() const override;
+
+ protected:
+  QVIPPairingMessage() = default;
 };
 
 class QV_EXPORT QVIPPairSetupRequestMessage

@@ -16,7 +16,8 @@ namespace qv {
 
 // The accessory attribute database: accessories with their services and characteristics. Each class
 // expects a JSON object, whatever kind the caller asks for, and reads its keys in the order in
-// which its properties stand below. A property is null when its key was absent or faulty.
+// which its properties stand below. A property is null when its key was absent or faulty, except
+// that `valueValue` may hold what was found beside its fault.
 
 class QV_EXPORT QVIPCharacteristicObject : public QVIPJSONObject {
  public:

@@ -20,8 +20,9 @@ using QVIPJSONObjectList = std::vector<std::shared_ptr<QVIPJSONObject>>;
 // and stays valid without it.
 struct QVIPJSONExtractedValue {
   std::string_view key;
-  // What the read obtained: nothing on a fault and for an absent key, the raw value or a
-  // transformer's result, a child object, or one child for each element of an array.
+  // What the read obtained: nothing for an absent key and on a fault (but a transformer may hand
+  // out a value beside its fault), the raw value or a transformer's result, a child object, or one
+  // child for each element of an array.
   std::variant<std::monostate, Value, std::shared_ptr<QVIPJSONObject>, QVIPJSONObjectList> value;
   // The raw value under the key; null when the key was absent.
   std::optional<Value> jsonValue;

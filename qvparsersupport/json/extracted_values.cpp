@@ -4,7 +4,7 @@
 
 namespace qv {
 
-std::string propertyKeyForJSONKey(std::string_view key) {
+std::string QVIPJSONObject::propertyKeyForJSONKey(std::string_view key) {
   std::string name(key);
   std::erase(name, '-');
   return name + "Value";

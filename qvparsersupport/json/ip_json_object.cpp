@@ -4,6 +4,7 @@
 
 #include "qvparsersupport/common/value_storage.h"
 #include "qvparsersupport/json/json_kinds.h"
+#include "qvparsersupport/json/validation_guard.h"
 
 namespace qv {
 
@@ -30,6 +31,7 @@ QVIPJSONObject::~QVIPJSONObject() = default;
 void QVIPJSONObject::initWithJSONObject(std::optional<Value> jsonObject,
                                         const std::shared_ptr<QVIPJSONObject>& parent,
                                         QVIPJSONValueType type) {
+  const JSONValidationGuard guard;
   jsonObject_ = std::move(jsonObject);
   parent_ = parent;
   jsonType_ = type;

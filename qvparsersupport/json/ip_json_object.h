@@ -65,6 +65,9 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   QVIPJSONValueType jsonType() const { return jsonType_; }
   std::shared_ptr<QVIPJSONObject> parent() const { return parent_.lock(); }
 
+  // The name of the property that a key fills: the key without any "-", and "Value" after it.
+  static std::string propertyKeyForJSONKey(std::string_view key);
+
   // The fault of this object itself; null for none.
   std::optional<std::string> errorDescription() const;
   // Deliberate: flags the parent whatever is set, so null too.
@@ -113,7 +116,7 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   // excuses it.
   void extractValueForKey(QVIPJSONKey key, const ValueTransformer& valueTransformer);
 
-  // What the last read of the key obtained; null when it obtained nothing or was not made.
+  // What the last read of the key that obtained something obtained; null when none did.
   std::optional<Value> valueForProperty(QVIPJSONKey key) const;
   std::optional<Number> numberForProperty(QVIPJSONKey key) const;
   std::optional<std::string> stringForProperty(QVIPJSONKey key) const;

@@ -27,7 +27,4 @@ class QVIPJSONKey {
   std::string_view text_;
 };
 
-// The name of the property that a key fills: the key without any "-", and "Value" after it.
-QV_EXPORT std::string propertyKeyForJSONKey(std::string_view key);
-
 }  // namespace qv

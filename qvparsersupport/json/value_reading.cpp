@@ -149,6 +149,7 @@ void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, const ValueTransformer&
   if (value && !fault && isSame(*value, raw)) {
     journal_.add(key, kType, QVIPJSONJournal::kRaw);
   } else if (value || fault) {
+    // Deliberate: a value that comes with a fault is kept too.
     QVIPJSONJournal::Detail& detail = journal_.addDetail(key, kType);
     if (value) detail.value = std::move(*value);
     if (fault) detail.errorDescription = owned(std::move(*fault));

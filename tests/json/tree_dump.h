@@ -128,7 +128,7 @@ inline std::string dump(const QVIPJSONObject& object, const std::string& indent 
   for (const QVIPJSONExtractedValue& entry : object.extractedValueDescriptors()) {
     EXPECT_EQ(shown(entry.jsonValue),
               shown(object.jsonObject() ? object.jsonObject()->find(entry.key) : std::nullopt));
-    std::string& property = filled[propertyKeyForJSONKey(entry.key)];
+    std::string& property = filled[QVIPJSONObject::propertyKeyForJSONKey(entry.key)];
     if (!out.ends_with('\n') && (entry.jsonValue || entry.errorDescription)) out.back() = '\n';
     out += (out.ends_with('\n') ? indent : "") + "- " + std::string(entry.key) + " " +
            typeText(entry.jsonType);
