@@ -86,7 +86,7 @@ TEST(JSONReader, limitsDepthAndBytes) {
   EXPECT_FALSE(accepted("[[[]]]", {.maximumDepth = 2}));
   EXPECT_TRUE(accepted("[{\"a\":1},[]]", {.maximumValues = 4}));
   EXPECT_EQ(parseJSON(bytesOf("[{\"a\":1},[]]"), {.maximumValues = 3}).error,
-            "more values than the limit of 3 at byte 12");
+            "more values than the limit of 3 at byte 11");
   EXPECT_TRUE(accepted("0", {.maximumDepth = 0}));
   EXPECT_FALSE(accepted("[]", {.maximumDepth = 0}));
   EXPECT_TRUE(accepted("[12]", {.maximumBytes = 4}));
