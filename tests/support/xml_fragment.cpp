@@ -36,4 +36,17 @@ std::string profileText(std::string_view enums, std::string_view tlv8s,
   return text;
 }
 
+std::string profileWithFragment(const std::string& section, const std::string& xml) {
+  if (section == "profile") return xml;
+  const auto in = [&](const char* name) { return section == name ? xml : ""; };
+  return profileText("<enum name='E' format='uint8'><values/></enum>" + in("enums"), in("tlv8s"),
+                     "<characteristic name='A'><format name='bool'/>"
+                     "<ip><type uti='u.a' uuid='1A'/></ip><btle><type uti='u.b' uuid='1B'/></btle>"
+                     "</characteristic>" +
+                         in("characteristics"),
+                     "<service name='S'><ip><type uti='s.a' uuid='2A'/></ip>"
+                     "<btle><type uti='s.b' uuid='2B'/></btle></service>" +
+                         in("services"));
+}
+
 }  // namespace qv::test

@@ -20,4 +20,9 @@ std::shared_ptr<const XMLElement> elementFrom(std::string_view text);
 std::string profileText(std::string_view enums, std::string_view tlv8s,
                         std::string_view characteristics, std::string_view services);
 
+// The profile that the cases of rules/loads.txt stand in: an enum 'E', a characteristic 'A' and a
+// service 'S' with both instances, and behind them the fragment in the named section. For the
+// section "profile" the fragment is the whole.
+std::string profileWithFragment(const std::string& section, const std::string& xml);
+
 }  // namespace qv::test

@@ -8,19 +8,6 @@ namespace {
 
 using test::profileText;
 
-std::string profileWith(const std::string& section, const std::string& xml) {
-  if (section == "profile") return xml;
-  const auto in = [&](const char* name) { return section == name ? xml : ""; };
-  return profileText("<enum name='E' format='uint8'><values/></enum>" + in("enums"), in("tlv8s"),
-                     "<characteristic name='A'><format name='bool'/>"
-                     "<ip><type uti='u.a' uuid='1A'/></ip><btle><type uti='u.b' uuid='1B'/></btle>"
-                     "</characteristic>" +
-                         in("characteristics"),
-                     "<service name='S'><ip><type uti='s.a' uuid='2A'/></ip>"
-                     "<btle><type uti='s.b' uuid='2B'/></btle></service>" +
-                         in("services"));
-}
-
 class FailedLoadTest : public test::SymbolTableFixture {};
 
 // A heading names the section that the cases below it stand in, and what they are about.
@@ -31,7 +18,7 @@ TEST_F(FailedLoadTest, answersTheReasonAndTheElement) {
       section = input[0].substr(3, input[0].rfind(' ') - 3);
       return "";
     }
-    const std::string result = load({profileWith(section, input[0])});
+    const std::string result = load({test::profileWithFragment(section, input[0])});
     const auto& fault = table.lastLoadFault();
     if (!fault) return result;
     if (fault->element == nullptr) return result + "\nat no element";

@@ -92,7 +92,7 @@ std::optional<Constant> numberConstant(const Number& number, QVFormatType format
 std::optional<Constant> valueConstant(const Value& value, QVFormatType format) {
   if (const auto number = value.asNumber()) return numberConstant(*number, format);
   if (const auto text = value.asString()) {
-    return Constant{"std::string_view", stringLiteral(*text), ""};
+    return Constant{"std::string_view", viewInitializer(*text), ""};
   }
   return std::nullopt;
 }

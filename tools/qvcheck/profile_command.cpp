@@ -44,8 +44,13 @@ int runProfileCheck(const ProfileCheckOptions& options, std::ostream& out, std::
     RunRecord run;
     run.command = "profile check";
     for (const std::string& file : options.files) run.options.emplace_back("file", file);
+    if (options.survey) run.options.emplace_back("survey", "true");
     report.run(run);
-    loadProfiles(options.files, report, err);
+    if (options.survey) {
+      surveyProfiles(options.files, report, err);
+    } else {
+      loadProfiles(options.files, report, err);
+    }
     return report.finish(false);
   });
 }

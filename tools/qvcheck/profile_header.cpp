@@ -106,13 +106,7 @@ class HeaderWriter {
   void closeNamed(const std::string& identifier) { line("}}  // namespace {}\n", identifier); }
 
   void writeText(const char* constant, const std::optional<std::string>& text) {
-    if (!text) return;
-    const std::string literal = stringLiteral(*text);
-    if (text->find('\0') == std::string::npos) {
-      line("inline constexpr std::string_view {} = {};", constant, literal);
-    } else {
-      line("inline constexpr std::string_view {} = {{{}, {}}};", constant, literal, text->size());
-    }
+    if (text) line("inline constexpr std::string_view {} = {};", constant, viewInitializer(*text));
   }
 
   void writeConstant(const std::string& identifier, const std::optional<Constant>& constant,

@@ -1,6 +1,9 @@
 #include "tools/qvcheck/profile_loading.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -12,6 +15,7 @@
 #include "qvparsersupport/common/xml_reader.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/profile_survey.h"
 #include "tools/qvcheck/text_report.h"
 #include "tools/qvcheck/tool_rules.h"
 
@@ -139,7 +143,6 @@ bool loadArchive(const std::string& file, const Bytes& bytes, Report& report) {
   const std::optional<Value> archive = readArchive(file, bytes, report);
   if (!archive) return false;
   std::optional<std::string> reason;
-  const SilentLog silence;
   auto& table = QVSymbolTable::sharedSymbolTable();
   if (!table.loadArchivedRepresentation(*archive, &reason)) {
     refuseFile(file, ruleOfRefusal(textOrNull(reason)), textOrNull(reason), {}, report);
@@ -159,63 +162,113 @@ std::shared_ptr<const XMLDocument> readDocument(const std::string& file, const B
   return parsed.document;
 }
 
-void reportRefusal(const Documents& documents, const std::optional<std::string>& reason,
-                   Report& report) {
-  const std::optional<QVLoadFault>& fault = QVSymbolTable::sharedSymbolTable().lastLoadFault();
-  const XMLDocument* culprit = documents.empty() ? nullptr : documents.back().get();
-  if (fault && fault->element != nullptr) {
-    culprit = &fault->element->document();
-  } else if (fault && fault->document != nullptr) {
-    culprit = fault->document.get();
-  }
+// The document that a load stopped in.
+const XMLDocument* culpritOf(const Documents& documents, const QVLoadFault& fault) {
+  if (fault.element != nullptr) return &fault.element->document();
+  if (fault.document != nullptr) return fault.document.get();
+  return documents.empty() ? nullptr : documents.back().get();
+}
+
+// One record for each document that was read, the refused one last.
+void reportDocuments(const Documents& documents, const std::optional<QVLoadFault>& fault,
+                     Report& report) {
+  const XMLDocument* const culprit = fault ? culpritOf(documents, *fault) : nullptr;
   for (const auto& document : documents) {
     ProfileRecord record = recordOf(*document);
     record.accepted = document.get() != culprit;
-    if (!record.accepted) record.text = reason;
+    if (!record.accepted) record.text = fault->reason;
     report.profile(record);
-    if (!record.accepted) break;  // later documents were not read
+    if (!record.accepted) break;
   }
-  Finding finding =
-      refusal(report, std::string(ruleOfRefusal(textOrNull(reason))), textOrNull(reason));
-  if (culprit != nullptr) {
-    finding.location.name = culprit->name();
-    std::shared_ptr<const XMLElement> place = culprit->rootElement();
-    if (fault && fault->element != nullptr) {
-      place = fault->element;
-      finding.markup = place->markup();
+}
+
+Finding findingOf(const Documents& documents, const QVLoadFault& fault, const Report& report) {
+  Finding finding = refusal(report, std::string(ruleOfRefusal(fault.reason)), fault.reason);
+  const XMLDocument* const culprit = culpritOf(documents, fault);
+  if (culprit == nullptr) return finding;
+  finding.location.name = culprit->name();
+  if (fault.element != nullptr) finding.markup = fault.element->markup();
+  const XMLPosition position =
+      fault.element != nullptr ? fault.element->position() : culprit->rootElement()->position();
+  finding.location.line = position.line;
+  finding.location.column = position.column;
+  finding.location.byteOffset = position.byteOffset;
+  return finding;
+}
+
+// What the library says to the documents, with a record for each; null when it accepts them.
+std::optional<QVLoadFault> loadDocuments(const Documents& documents, Report& report) {
+  auto& table = QVSymbolTable::sharedSymbolTable();
+  std::optional<QVLoadFault> fault;
+  std::optional<std::string> reason;
+  if (!table.loadDocuments(documents, &reason)) {
+    fault = table.lastLoadFault().value_or(QVLoadFault{textOrNull(reason), nullptr, nullptr});
+  }
+  reportDocuments(documents, fault, report);
+  return fault;
+}
+
+// Reads the files; hands an archive to `restore`. Null when there is nothing left to load.
+std::optional<Documents> readDocuments(const std::vector<std::string>& files, Report& report,
+                                       std::ostream& err,
+                                       const std::function<void(const Bytes&)>& restore) {
+  Documents documents;
+  for (const std::string& file : files) {
+    const std::optional<Bytes> bytes = readProfile(file, report, err);
+    if (!bytes) return std::nullopt;
+    if (isArchive(*bytes)) {
+      if (files.size() == 1) {
+        restore(*bytes);
+      } else {
+        refuseFile(file, "profile.archive", "An archive is loaded alone, without other profiles",
+                   {}, report);
+      }
+      return std::nullopt;
     }
-    const XMLPosition position = place->position();
-    finding.location.line = position.line;
-    finding.location.column = position.column;
-    finding.location.byteOffset = position.byteOffset;
+    documents.push_back(readDocument(file, *bytes, report));
+    if (documents.back() == nullptr) return std::nullopt;
   }
-  report.finding(finding);
+  return documents;
+}
+
+std::string counted(std::size_t count, const char* noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 }  // namespace
 
 bool loadProfiles(const std::vector<std::string>& files, Report& report, std::ostream& err) {
-  Documents documents;
-  for (const std::string& file : files) {
-    const std::optional<Bytes> bytes = readProfile(file, report, err);
-    if (!bytes) return false;
-    if (isArchive(*bytes)) {
-      if (files.size() == 1) return loadArchive(file, *bytes, report);
-      refuseFile(file, "profile.archive", "An archive is loaded alone, without other profiles", {},
-                 report);
-      return false;
-    }
-    documents.push_back(readDocument(file, *bytes, report));
-    if (documents.back() == nullptr) return false;
-  }
   const SilentLog silence;
-  std::optional<std::string> reason;
-  if (!QVSymbolTable::sharedSymbolTable().loadDocuments(documents, &reason)) {
-    reportRefusal(documents, reason, report);
-    return false;
+  bool restored = false;
+  const auto documents = readDocuments(files, report, err, [&](const Bytes& bytes) {
+    restored = loadArchive(files.front(), bytes, report);
+  });
+  if (!documents) return restored;
+  const std::optional<QVLoadFault> fault = loadDocuments(*documents, report);
+  if (fault) report.finding(findingOf(*documents, *fault, report));
+  return !fault;
+}
+
+bool surveyProfiles(const std::vector<std::string>& files, Report& report, std::ostream& err) {
+  const SilentLog silence;
+  const auto documents = readDocuments(files, report, err, [&](const Bytes&) {
+    refuseFile(files.front(), "profile.archive",
+               "An archive has no places to survey; survey the XML", {}, report);
+  });
+  if (!documents) return false;
+  const std::optional<QVLoadFault> fault = loadDocuments(*documents, report);
+  std::size_t counts[3] = {};
+  for (Finding& finding : surveyOf(*documents, fault)) {
+    finding.finding = report.nextFinding();
+    ++counts[static_cast<std::size_t>(finding.severity)];
+    report.finding(finding);
   }
-  for (const auto& document : documents) report.profile(recordOf(*document));
-  return true;
+  const std::string errors = counted(counts[static_cast<std::size_t>(Severity::error)], "error");
+  const std::string warnings =
+      counted(counts[static_cast<std::size_t>(Severity::warning)], "warning");
+  report.setVerdict(fault ? "refused for " + errors + ", with " + warnings + " besides"
+                          : "accepted, with " + warnings);
+  return !fault;
 }
 
 std::optional<int> loadProfilesQuietly(const std::vector<std::string>& files, std::ostream& err) {

@@ -12,7 +12,11 @@ namespace {
 constexpr const char* kCheckExamples =
     "Examples:\n"
     "  qvcheck profile check lamp.xml\n"
-    "  qvcheck profile check base.xml lamp.xml --output ndjson";
+    "  qvcheck profile check base.xml lamp.xml --output ndjson\n"
+    "  qvcheck profile check lamp.xml --survey --fail-on warning\n"
+    "\n"
+    "With --survey errors are what the library refuses, warnings what it accepts though it looks\n"
+    "wrong.";
 
 struct OutputRow {
   ProfileOutputOptions::Form form;
@@ -82,6 +86,8 @@ class ProfileFamily : public CommandFamily {
     check_ = profile->add_subcommand("check", "Load profiles together and tell what is wrong");
     check_->footer(kCheckExamples);
     check_->add_option("FILE", checkOptions_.files, "Profiles, loaded in this order")->required();
+    check_->add_flag("--survey", checkOptions_.survey,
+                     "Go on after a fault and tell everything that looks wrong as well");
     checkReport_.declare(*check_);
     for (const OutputRow& row : kOutputs) {
       outputs_.push_back(std::make_unique<OutputCommand>(*profile, row));

@@ -10,6 +10,7 @@ namespace qv::check {
 
 struct ProfileCheckOptions {
   std::vector<std::string> files;
+  bool survey = false;  // go on after a fault
   ReportOptions report;
 };
 

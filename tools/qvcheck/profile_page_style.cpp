@@ -109,7 +109,7 @@ th, td { text-align: left; vertical-align: top; padding: 0.3rem 1.2rem 0.3rem 0;
 .field { display: grid; grid-template-columns: repeat(18, 1fr); position: relative; margin-top: 3px; }
 .field > span { height: 1.6rem; line-height: 1.6rem; min-width: 0; }
 .byte {
-  text-align: center; color: #fff; background: var(--type); border-right: 1px solid var(--card);
+  text-align: center; color: var(--card); background: var(--type); border-right: 1px solid var(--card);
   font-family: ui-monospace, Menlo, Consolas, "DejaVu Sans Mono", monospace;
 }
 .byte.length { opacity: 0.75; }
@@ -159,6 +159,7 @@ th, td { text-align: left; vertical-align: top; padding: 0.3rem 1.2rem 0.3rem 0;
   .facts thead { display: none; }
   .facts tr { display: grid; grid-template-columns: 6.5rem minmax(0, 1fr); padding: 0.15rem 0; }
   .facts th, .facts td { padding: 0; }
+  .facts th { grid-row: 1 / span 2; }
   .facts td { grid-column: 2; }
   .facts th[scope=row] { white-space: normal; }
   .facts .ip::before { content: "IP: "; color: var(--quiet); }

@@ -150,6 +150,7 @@ struct Summary {
   bool complete = true;
   std::vector<ExitCode> outcomes;  // all that apply, in the order above
   int exit = 0;                    // the first of them, or 128 + the signal that ended the run
+  std::string verdict;             // what decided, in words, where the outcomes do not say it
 };
 
 // Receives the records of one run in order. `finding` follows the message that it belongs to.
@@ -206,6 +207,7 @@ class Report : public ReportSink {
   void noteOutcome(ExitCode code);
   void noteIncomplete() { account_.complete = false; }
   void noteStoppedEarly();
+  void setVerdict(std::string verdict) { account_.verdict = std::move(verdict); }
   // Closes the account, passes the summary on and answers the exit code. `signal` is the number of
   // the signal that ended the run, 0 for none; `judging` tells whether the command judges messages
   // at all.

@@ -143,4 +143,10 @@ std::string stringLiteral(std::string_view text) {
   return literal + '"';
 }
 
+std::string viewInitializer(std::string_view text) {
+  const std::string literal = stringLiteral(text);
+  if (text.find('\0') == std::string_view::npos) return literal;
+  return fmt::format("{{{}, {}}}", literal, text.size());
+}
+
 }  // namespace qv::check

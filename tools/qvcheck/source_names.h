@@ -35,5 +35,7 @@ bool isNamespaceName(std::string_view text);
 
 // The text as a C++ string literal of one line: what is not plain is written as octal bytes.
 std::string stringLiteral(std::string_view text);
+// What initialises a std::string_view with the whole text, U+0000 in it included.
+std::string viewInitializer(std::string_view text);
 
 }  // namespace qv::check

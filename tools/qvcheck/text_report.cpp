@@ -152,6 +152,7 @@ void TextReport::summary(const Summary& record) {
     }
     out_ << '\n';
   }
+  if (!record.verdict.empty()) out_ << record.verdict << '\n';
   std::string meanings;
   for (const ExitCode code : record.outcomes) {
     fmt::format_to(std::back_inserter(meanings), "{}{} ({})", meanings.empty() ? "" : ", also ",

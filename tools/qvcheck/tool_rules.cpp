@@ -73,6 +73,21 @@ constexpr QVRule kRules[] = {
      "(\"max-value\" "
      "for \"maxValue\"), or one for another kind of message; it can be an extension as well.",
      "{\"aid\":1,\"iid\":10,\"value\":true,\"remotely\":true}"},
+    {"profile.earlier-document",
+     {},
+     "A load of several documents ends with the one that counts by transport. Only the "
+     "characteristics of the last document are in the list that is searched by transport and "
+     "checked for transformers; those of earlier documents are found through services and by "
+     "their parents alone. Put the vocabulary that traffic is checked against into the last "
+     "document, or archive the documents together: an archive keeps all of them in the list.",
+     "qvcheck traffic --profile lamp.xml --profile base.xml"},
+    {"profile.inverted-limits",
+     {},
+     "A minimum is not above its maximum. No value can lie between these two. Where one of "
+     "them is taken over from the characteristic, the other one was set for a transport "
+     "alone.",
+     "<minValue value=\"100\"/>\n"
+     "<maxValue value=\"0\"/>"},
     {"profile.json",
      {},
      "An archive of profiles is a well-formed JSON text. A file that begins with \"{\" is taken "
@@ -80,11 +95,72 @@ constexpr QVRule kRules[] = {
      "an archive, and the JSON parser stopped at the byte that is named. Usual causes are a file "
      "that was cut short and an edit by hand that lost a comma or a quote.",
      "{\"enums\":[],\"tlv8s\":["},
+    {"profile.listed-twice",
+     {},
+     "A service lists each characteristic once for a transport. It stands twice in a list, "
+     "or in both. Names, UTIs and UUIDs may hide that two references mean the same one.",
+     "<required><characteristic ref=\"Lamp On\"/></required>\n"
+     "<optional><characteristic ref=\"lamp on\"/></optional>"},
+    {"profile.no-transport",
+     {},
+     "A characteristic or a service has a transport. Without ip and btle it has no keys, so "
+     "nothing ever finds it, and its name may even repeat without being refused.",
+     "<characteristic name=\"Lamp On\"><format name=\"bool\"/></characteristic>"},
+    {"profile.out-of-range",
+     {},
+     "A value can be held by its format. A limit or a value of an enum lies outside of what "
+     "the format holds, so no traffic ever carries it. Of a bitmask the value is the number "
+     "of a bit, from 1 to the bits of the format.",
+     "<enum name=\"Mode\" format=\"uint8\">...<value value=\"256\" symbol=\"Auto\"/>"},
+    {"profile.partial-number",
+     {},
+     "A number is read as it is written. Reading skips leading blanks, stops at the first "
+     "character that is no digit, and brings what does not fit 64 bits to the nearest number "
+     "that does. Here the number that is read is not the one that is written.",
+     "<maxValue value=\"1OO\"/>"},
     {"profile.refused",
      {},
      "A profile can be loaded. It was refused with a text for which there is no rule of its own; "
      "the text says why.",
      "a refusal with a text that stands in no rule"},
+    {"profile.repeated-symbol",
+     {},
+     "The symbols of an enum differ. Generated source can hold a name only once, and a "
+     "person cannot tell the two values apart.",
+     "<value value=\"1\" symbol=\"On\"/>\n"
+     "<value value=\"2\" symbol=\"On\"/>"},
+    {"profile.repeated-type",
+     {},
+     "The fields of a TLV8 structure have different types. Of two fields with one type the "
+     "first counts; the later one is never used.",
+     "<field type=\"0x01\" name=\"State\" format=\"uint8\"/>\n"
+     "<field type=\"0x01\" name=\"Method\" format=\"uint8\"/>"},
+    {"profile.repeated-value",
+     {},
+     "The values of an enum differ. Of two with one value the first is found; the later "
+     "symbol is never shown. Values are compared as they are read, so 1 and 01 repeat, as do "
+     "yes and true of the format bool.",
+     "<value value=\"1\" symbol=\"On\"/>\n"
+     "<value value=\"1\" symbol=\"Active\"/>"},
+    {"profile.shadowed",
+     {},
+     "A definition is found by its name, UTI and UUID. An earlier document has a definition "
+     "with the same key, and the first match counts, so references and traffic reach that "
+     "one. Names must be unique within one section of one document only, which is why this "
+     "is not refused.",
+     "<enum name=\"Mode\" format=\"uint8\"> in base.xml and in lamp.xml"},
+    {"profile.unused",
+     {},
+     "An enum or a TLV8 structure is used by something. No field and no characteristic names "
+     "it. The usual cause is a reference that was misspelled or dropped. The structure "
+     "Pairing is used by the pairing messages.",
+     "<enum name=\"Lamp Efect\" format=\"uint8\">"},
+    {"profile.valueless-enum",
+     {},
+     "An enum has a format that has values. The formats date, tlv8, data, array and dict "
+     "have none that could be compared, so such an enum refuses every value; a bitmask needs "
+     "an integer format, because others have no bits.",
+     "<enum name=\"Keys\" format=\"data\">"},
     {"profile.xml",
      {},
      "A profile is a well-formed XML document in UTF-8. The text comes from the XML parser, the "
