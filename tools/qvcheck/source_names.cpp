@@ -144,7 +144,7 @@ std::string stringLiteral(std::string_view text) {
 }
 
 std::string viewInitializer(std::string_view text) {
-  const std::string literal = stringLiteral(text);
+  std::string literal = stringLiteral(text);
   if (text.find('\0') == std::string_view::npos) return literal;
   return fmt::format("{{{}, {}}}", literal, text.size());
 }

@@ -49,7 +49,7 @@ std::optional<Bytes> bytesOfHex(std::string_view text) {
         kDigits.find(c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c);
     if (digit == std::string_view::npos) return std::nullopt;
     if (!half) bytes.push_back(0);
-    bytes.back() = static_cast<std::uint8_t>(bytes.back() * 16 + digit);
+    bytes.back() = static_cast<std::uint8_t>(std::size_t{bytes.back()} * 16 + digit);
     half = !half;
   }
   return half ? std::nullopt : std::optional(std::move(bytes));
