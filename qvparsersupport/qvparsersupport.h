@@ -31,6 +31,7 @@
 #include "qvparsersupport/ipmessages/tlv8_message.h"
 #include "qvparsersupport/json/attribute_database_objects.h"
 #include "qvparsersupport/json/characteristic_access_objects.h"
+#include "qvparsersupport/json/tree_walk.h"
 #include "qvparsersupport/json/vocabulary_strings.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "qvparsersupport/tlv8/tlv8_packet.h"

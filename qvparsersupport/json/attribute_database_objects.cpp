@@ -66,6 +66,11 @@ std::shared_ptr<QVIPUUIDTypeString> QVIPServiceObject::typeValue() const {
   return objectForProperty<QVIPUUIDTypeString>("type");
 }
 
+std::string QVIPServiceObject::expectationForKey(std::string_view key,
+                                                 QVIPJSONValueType type) const {
+  return QVIPJSONObject::expectationForKey(key, key == "type" ? Kind::string : type);
+}
+
 std::optional<Number> QVIPServiceObject::iidValue() const {
   return numberForProperty("iid");
 }
@@ -192,6 +197,8 @@ std::shared_ptr<QVEnumXMLObject> QVIPCharacteristicObject::enumDefinition() cons
 
 std::string QVIPCharacteristicObject::expectationForKey(std::string_view key,
                                                         QVIPJSONValueType type) const {
+  // The objects under "type", "format" and "unit" stand for strings.
+  if (type == Kind::object) type = Kind::string;
   if (key != "value") return QVIPJSONObject::expectationForKey(key, type);
   if (!isReadable()) return "no value, because no permission is \"pr\"";
   const auto name = QVFormatStrings::stringForFormatType(format());

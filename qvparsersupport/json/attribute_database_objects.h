@@ -84,6 +84,8 @@ class QV_EXPORT QVIPServiceObject : public QVIPJSONObject {
   std::optional<Value> hiddenValue() const;   // a number that is 0 or 1, or the null Value
   std::optional<Value> primaryValue() const;  // the same
   std::optional<QVIPJSONObjectList> linkedValue() const;
+
+  std::string expectationForKey(std::string_view key, QVIPJSONValueType type) const override;
 };
 
 class QV_EXPORT QVIPAccessoryObject : public QVIPJSONObject {

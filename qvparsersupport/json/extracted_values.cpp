@@ -10,6 +10,10 @@ std::string QVIPJSONObject::propertyKeyForJSONKey(std::string_view key) {
   return name + "Value";
 }
 
+void QVIPJSONObject::expectReads(std::size_t keys, std::size_t children) {
+  journal_.reserve(keys, children);
+}
+
 std::vector<QVIPJSONExtractedValue> QVIPJSONObject::extractedValues() const {
   std::vector<QVIPJSONExtractedValue> values;
   values.reserve(journal_.size());

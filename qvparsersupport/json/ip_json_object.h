@@ -148,7 +148,7 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   virtual bool statusExcusesValue() const { return false; }
   // Tells how many keys the class is about to read and how many of them as child objects, which
   // saves memory and time and changes nothing else.
-  void expectReads(std::size_t keys, std::size_t children) { journal_.reserve(keys, children); }
+  void expectReads(std::size_t keys, std::size_t children);
 
   std::shared_ptr<QVIPJSONObject> childForProperty(QVIPJSONKey key) const;
   const QVIPJSONObjectList* childrenForProperty(QVIPJSONKey key) const;
