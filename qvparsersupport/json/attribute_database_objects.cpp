@@ -124,7 +124,7 @@ void QVIPCharacteristicObject::findDefinitionAndTransformer() {
 }
 
 bool QVIPCharacteristicObject::isReadable() const {
-  const QVIPJSONObjectList* permissions = childrenForProperty("perms");
+  const QVIPJSONChildren* permissions = childrenForProperty("perms");
   return permissions != nullptr && std::ranges::any_of(*permissions, [](const auto& permission) {
            return static_cast<const QVIPPermissionString&>(*permission).permissionType() ==
                   QVPermissionType::pr;

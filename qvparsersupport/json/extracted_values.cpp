@@ -14,6 +14,18 @@ void QVIPJSONObject::expectReads(std::size_t keys, std::size_t children) {
   journal_.reserve(keys, children);
 }
 
+namespace {
+
+template <class Kept>
+void assign(QVIPJSONExtractedValue& out, const Kept& kept) {
+  out.value = kept;
+}
+void assign(QVIPJSONExtractedValue& out, const QVIPJSONChildren& kept) {
+  out.value = QVIPJSONObjectList(kept.begin(), kept.end());
+}
+
+}  // namespace
+
 std::vector<QVIPJSONExtractedValue> QVIPJSONObject::extractedValues() const {
   std::vector<QVIPJSONExtractedValue> values;
   values.reserve(journal_.size());
@@ -25,9 +37,9 @@ std::vector<QVIPJSONExtractedValue> QVIPJSONObject::extractedValues() const {
     out.jsonType = entry.type;
     out.jsonValue = rawValue(key);
     if (const auto* detail = journal_.detailOf(entry)) {
-      out.value = detail->value;
-      if (detail->errorDescription != nullptr) out.errorDescription = *detail->errorDescription;
+      std::visit([&out](const auto& kept) { assign(out, kept); }, *detail);
     }
+    if (const auto* error = journal_.errorOf(entry)) out.errorDescription = *error;
     if (journal_.isRaw(entry) && out.jsonValue) out.value = *out.jsonValue;
   }
   return values;
@@ -37,8 +49,7 @@ const QVIPJSONJournal::Entry* QVIPJSONObject::readThatFilled(QVIPJSONKey key) co
   for (std::size_t i = journal_.size(); i > 0; --i) {
     const QVIPJSONJournal::Entry& entry = journal_[i - 1];
     if (!QVIPJSONJournal::isOf(entry, key)) continue;
-    const auto* detail = journal_.detailOf(entry);
-    if (journal_.isRaw(entry) || (detail != nullptr && detail->value.index() != 0)) return &entry;
+    if (entry.outcome != QVIPJSONJournal::kNothing) return &entry;
   }
   return nullptr;
 }
@@ -47,7 +58,7 @@ std::optional<Value> QVIPJSONObject::valueForProperty(QVIPJSONKey key) const {
   const QVIPJSONJournal::Entry* entry = readThatFilled(key);
   if (entry == nullptr) return std::nullopt;
   if (journal_.isRaw(*entry)) return rawValue(key);
-  const Value* value = std::get_if<Value>(&journal_.detailOf(*entry)->value);
+  const Value* value = std::get_if<Value>(journal_.detailOf(*entry));
   return value == nullptr ? std::nullopt : std::optional(*value);
 }
 
@@ -65,15 +76,14 @@ std::optional<std::string> QVIPJSONObject::stringForProperty(QVIPJSONKey key) co
 std::shared_ptr<QVIPJSONObject> QVIPJSONObject::childForProperty(QVIPJSONKey key) const {
   const QVIPJSONJournal::Entry* entry = readThatFilled(key);
   const auto* detail = entry == nullptr ? nullptr : journal_.detailOf(*entry);
-  const auto* child =
-      detail == nullptr ? nullptr : std::get_if<std::shared_ptr<QVIPJSONObject>>(&detail->value);
+  const auto* child = std::get_if<std::shared_ptr<QVIPJSONObject>>(detail);
   return child == nullptr ? nullptr : *child;
 }
 
-const QVIPJSONObjectList* QVIPJSONObject::childrenForProperty(QVIPJSONKey key) const {
+const QVIPJSONChildren* QVIPJSONObject::childrenForProperty(QVIPJSONKey key) const {
   const QVIPJSONJournal::Entry* entry = readThatFilled(key);
   const auto* detail = entry == nullptr ? nullptr : journal_.detailOf(*entry);
-  return detail == nullptr ? nullptr : std::get_if<QVIPJSONObjectList>(&detail->value);
+  return std::get_if<QVIPJSONChildren>(detail);
 }
 
 }  // namespace qv

@@ -35,14 +35,13 @@ void QVIPJSONObject::initWithJSONObject(std::optional<Value> jsonObject,
   jsonObject_ = std::move(jsonObject);
   parent_ = parent;
   jsonType_ = type;
-  errorDescription_.reset();
+  journal_.clear();
   childObjectHasError_ = false;
   if (type == QVIPJSONValueType::unspecified) {
     inferKind();
   } else {
     checkKind();
   }
-  journal_.clear();
   sawFailStatus = false;
 }
 
@@ -61,12 +60,8 @@ void QVIPJSONObject::inferKind() {
   }
 }
 
-std::optional<std::string> QVIPJSONObject::errorDescription() const {
-  return errorDescription_ == nullptr ? std::nullopt : std::optional(*errorDescription_);
-}
-
 void QVIPJSONObject::setErrorDescription(std::optional<std::string> text) {
-  errorDescription_ = text ? std::make_unique<std::string>(std::move(*text)) : nullptr;
+  journal_.setOwnError(std::move(text));
   if (const auto above = parent()) above->setChildObjectHasError(true);
 }
 

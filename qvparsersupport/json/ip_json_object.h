@@ -15,6 +15,7 @@
 #include "qvparsersupport/json/extracted_value.h"
 #include "qvparsersupport/json/json_key.h"
 #include "qvparsersupport/json/json_value_type.h"
+#include "qvparsersupport/json/tree_arena.h"
 #include "qvparsersupport/json/value_journal.h"
 
 namespace qv {
@@ -34,8 +35,11 @@ QV_EXPORT extern bool sawFailStatus;
 // Made in two steps, so that an initialiser can hand its own object to the children that it builds:
 // std::make_shared, then `initWithJSONObject`; `make` does both. The parent owns its children; the
 // link upwards owns nothing and answers null once the parent is gone, so a host may keep a child
-// alone. Children of an object that no shared_ptr owns have no parent; that object is flagged for
-// the faults with which they are built. An object must never become its own ancestor.
+// alone. The children that reads make lie in memory that their whole tree shares and that is given
+// back when the last of them is gone: one that is kept alone keeps all of it (a few times the bytes
+// of the JSON text), though not the other objects. Children of an object that no shared_ptr owns
+// have no parent; that object is flagged for the faults with which they are built. An object must
+// never become its own ancestor.
 class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObject> {
  public:
   QVIPJSONObject();
@@ -69,7 +73,10 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   static std::string propertyKeyForJSONKey(std::string_view key);
 
   // The fault of this object itself; null for none.
-  std::optional<std::string> errorDescription() const;
+  std::optional<std::string> errorDescription() const {
+    const std::string* own = journal_.ownError();
+    return own == nullptr ? std::nullopt : std::optional(*own);
+  }
   // Deliberate: flags the parent whatever is set, so null too.
   void setErrorDescription(std::optional<std::string> text);
 
@@ -126,7 +133,7 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   }
   template <class Object>
   std::optional<std::vector<std::shared_ptr<Object>>> arrayForProperty(QVIPJSONKey key) const {
-    const QVIPJSONObjectList* children = childrenForProperty(key);
+    const QVIPJSONChildren* children = childrenForProperty(key);
     if (children == nullptr) return std::nullopt;
     std::vector<std::shared_ptr<Object>> typed;
     typed.reserve(children->size());
@@ -151,15 +158,19 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   void expectReads(std::size_t keys, std::size_t children);
 
   std::shared_ptr<QVIPJSONObject> childForProperty(QVIPJSONKey key) const;
-  const QVIPJSONObjectList* childrenForProperty(QVIPJSONKey key) const;
+  const QVIPJSONChildren* childrenForProperty(QVIPJSONKey key) const;
 
  private:
   friend class QVIPJSONTreeWalk;
-  using Maker = std::shared_ptr<QVIPJSONObject> (*)(Value, const std::shared_ptr<QVIPJSONObject>&);
+  using Maker = std::shared_ptr<QVIPJSONObject> (*)(QVIPJSONArena&, Value,
+                                                    const std::shared_ptr<QVIPJSONObject>&);
   template <class Object>
-  static std::shared_ptr<QVIPJSONObject> makeChild(Value value,
+  static std::shared_ptr<QVIPJSONObject> makeChild(QVIPJSONArena& arena, Value value,
                                                    const std::shared_ptr<QVIPJSONObject>& parent) {
-    return make<Object>(std::move(value), parent);
+    auto object = std::allocate_shared<Object>(QVIPJSONArenaAllocator<Object>(arena));
+    static_cast<QVIPJSONObject&>(*object).journal_.keepIn(arena);
+    object->initWithJSONObject(std::move(value), parent, QVIPJSONValueType::unspecified);
+    return object;
   }
   std::optional<Value> rawValue(QVIPJSONKey key) const;
   // The same without a handle: good while this object keeps its value; null when the key is absent.
@@ -175,7 +186,6 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
 
   std::optional<Value> jsonObject_;
   std::weak_ptr<QVIPJSONObject> parent_;
-  std::unique_ptr<std::string> errorDescription_;  // rare, so kept small
   QVIPJSONJournal journal_;
   QVIPJSONValueType jsonType_ = QVIPJSONValueType::unspecified;
   bool childObjectHasError_ = false;

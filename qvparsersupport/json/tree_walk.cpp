@@ -10,7 +10,7 @@ namespace qv {
 
 // Goes through a tree in the order in which it was read, with the JSON Pointer of where it stands
 // and the raw value there. `Visitor` has `enters(object)`, whether the parts of an object are of
-// interest, `object(object, pointer, value)`, and `entry(object, entry, detail, pointer)` for each
+// interest, `object(object, pointer, value)`, and `entry(object, entry, error, pointer)` for each
 // journal entry, and `full()`, which ends the walk.
 class QVIPJSONTreeWalk {
  public:
@@ -56,20 +56,18 @@ class QVIPJSONTreeWalk {
     const QVIPJSONJournal::Entry& entry = journal[frame.entry];
     const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
     const QVIPJSONJournal::Detail* detail = journal.detailOf(entry);
-    if (frame.child == 0) visitor.entry(*frame.object, entry, detail, pointer_);
+    if (frame.child == 0) visitor.entry(*frame.object, entry, journal.errorOf(entry), pointer_);
     const QVIPJSONObject* child = nullptr;
     std::optional<Value> value = rawValue(*frame.object, key);
     appendJSONPointerKey(pointer_, key.text());
-    if (detail != nullptr) {
-      if (const auto* one = std::get_if<std::shared_ptr<QVIPJSONObject>>(&detail->value)) {
-        if (frame.child == 0) child = one->get();
-      } else if (const auto* many = std::get_if<QVIPJSONObjectList>(&detail->value)) {
-        while (frame.child < many->size() && !visitor.visits(*(*many)[frame.child])) ++frame.child;
-        if (frame.child < many->size()) {
-          child = (*many)[frame.child].get();
-          appendJSONPointerIndex(pointer_, frame.child);
-          if (value) value = value->at(frame.child);
-        }
+    if (const auto* one = std::get_if<std::shared_ptr<QVIPJSONObject>>(detail)) {
+      if (frame.child == 0) child = one->get();
+    } else if (const auto* many = std::get_if<QVIPJSONChildren>(detail)) {
+      while (frame.child < many->size() && !visitor.visits(*(*many)[frame.child])) ++frame.child;
+      if (frame.child < many->size()) {
+        child = (*many)[frame.child].get();
+        appendJSONPointerIndex(pointer_, frame.child);
+        if (value) value = value->at(frame.child);
       }
     }
     if (child == nullptr) {
@@ -118,11 +116,11 @@ class FaultCollector {
   }
 
   void entry(const QVIPJSONObject& object, const QVIPJSONJournal::Entry& entry,
-             const QVIPJSONJournal::Detail* detail, const std::string& pointer) {
-    if (full() || detail == nullptr || detail->errorDescription == nullptr) return;
+             const std::string* error, const std::string& pointer) {
+    if (full() || error == nullptr) return;
     const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
     const std::optional<Value> value = QVIPJSONTreeWalk::rawValue(object, key);
-    QVIPJSONFault fault{.text = *detail->errorDescription,
+    QVIPJSONFault fault{.text = *error,
                         .pointer = pointer,
                         .key = std::string(key.text()),
                         .expected = object.expectationForKey(key.text(), entry.type),
@@ -163,8 +161,8 @@ class UnreadKeyCollector {
       appendJSONPointerKey(place.pointer, key);
     }
   }
-  static void entry(const QVIPJSONObject&, const QVIPJSONJournal::Entry&,
-                    const QVIPJSONJournal::Detail*, const std::string&) {}
+  static void entry(const QVIPJSONObject&, const QVIPJSONJournal::Entry&, const std::string*,
+                    const std::string&) {}
 
  private:
   std::size_t limit_;

@@ -1,68 +1,109 @@
 #include "qvparsersupport/json/value_journal.h"
 
 #include <algorithm>
-#include <new>
 #include <span>
 #include <utility>
 
 namespace qv {
 
-void QVIPJSONJournal::clear() {
-  if (reads_ == nullptr) return;
-  std::destroy_at(reads_);
-  ::operator delete(std::exchange(reads_, nullptr));
+void QVIPJSONJournal::forget() {
+  Reads* const old = reads();
+  place_ = 0;
+  std::destroy_n(old->details, old->detailCount);
+  const QVIPJSONArena::Owner arena = std::move(old->arena);
+  std::destroy_at(old);
+}
+
+// Holds the arena that it was told of, or its own.
+QVIPJSONArena::Owner QVIPJSONJournal::holdArena() {
+  if (place_ == 0) return QVIPJSONArena::Owner(QVIPJSONArena::make());
+  auto* const arena = reinterpret_cast<QVIPJSONArena*>(place_ & ~kArenaOnly);
+  arena->retain();
+  return QVIPJSONArena::Owner(arena);
 }
 
 void QVIPJSONJournal::reserve(std::size_t entries, std::size_t details) {
-  if (reads_ == nullptr || entries > reads_->capacity) grow(entries);
-  reads_->details.reserve(details);
+  if (reads() == nullptr || entries > reads()->capacity) grow(entries, details);
 }
 
-void QVIPJSONJournal::grow(std::size_t capacity) {
-  auto* const larger = std::construct_at(
-      static_cast<Reads*>(::operator new(sizeof(Reads) + capacity * sizeof(Entry))));
-  larger->capacity = static_cast<std::uint32_t>(capacity);
-  if (reads_ != nullptr) {
-    larger->details = std::move(reads_->details);
-    larger->size = reads_->size;
-    std::uninitialized_copy_n(reads_->entries(), reads_->size, larger->entries());
-    clear();
-  }
-  reads_ = larger;
-}
-
-void QVIPJSONJournal::add(QVIPJSONKey key, QVIPJSONValueType type, std::uint32_t outcome) {
+void QVIPJSONJournal::makeRoom() {
   constexpr std::size_t kFewReads = 4;
-  if (reads_ == nullptr || reads_->size == reads_->capacity) {
-    grow(std::max(kFewReads, size() * 2));
-  }
-  std::construct_at(reads_->entries() + reads_->size++, Entry{key.c_str(), type, outcome});
+  grow(std::max(kFewReads, size() * 2), 0);
 }
 
-QVIPJSONJournal::Detail& QVIPJSONJournal::addDetail(QVIPJSONKey key, QVIPJSONValueType type) {
-  const std::size_t position = reads_ == nullptr ? 0 : reads_->details.size();
-  add(key, type, static_cast<std::uint32_t>(position));
-  return reads_->details.emplace_back();
+// What becomes too small stays behind in the arena, together less than what takes its place.
+void QVIPJSONJournal::grow(std::size_t entries, std::size_t details) {
+  Reads* const old = reads();
+  QVIPJSONArena::Owner held = old == nullptr ? holdArena() : nullptr;
+  QVIPJSONArena::Owner& arena = old == nullptr ? held : old->arena;
+  const std::size_t bytes = sizeof(Reads) + entries * sizeof(Entry) + details * sizeof(Detail);
+  auto* const larger =
+      std::construct_at(static_cast<Reads*>(arena->allocate(bytes, alignof(Reads))));
+  larger->arena = std::move(arena);
+  larger->capacity = static_cast<std::uint32_t>(entries);
+  larger->details = reinterpret_cast<Detail*>(larger->entries() + entries);
+  larger->detailCapacity = static_cast<std::uint32_t>(details);
+  if (old != nullptr) {
+    larger->faults = std::move(old->faults);
+    larger->size = old->size;
+    std::uninitialized_copy_n(old->entries(), old->size, larger->entries());
+    if (old->detailCapacity > 0) {
+      larger->details = old->details;
+      larger->detailCount = old->detailCount;
+      larger->detailCapacity = old->detailCapacity;
+    }
+    std::destroy_at(old);
+  }
+  place_ = reinterpret_cast<std::uintptr_t>(larger);
 }
 
-void QVIPJSONJournal::setLastError(std::string text, const std::optional<Value>& raw) {
-  Entry& entry = reads_->entries()[size() - 1];
-  if (entry.outcome >= kRaw) {
-    Detail& detail = reads_->details.emplace_back();
-    if (isRaw(entry) && raw) detail.value = *raw;
-    entry.outcome = static_cast<std::uint32_t>(reads_->details.size() - 1);
+void QVIPJSONJournal::makeRoomForDetail() {
+  const std::uint32_t capacity = std::max(2U, reads()->detailCapacity * 2);
+  auto* const larger =
+      static_cast<Detail*>(reads()->arena->allocate(capacity * sizeof(Detail), alignof(Detail)));
+  std::uninitialized_move_n(reads()->details, reads()->detailCount, larger);
+  std::destroy_n(reads()->details, reads()->detailCount);
+  reads()->details = larger;
+  reads()->detailCapacity = capacity;
+}
+
+void QVIPJSONJournal::add(QVIPJSONKey key, QVIPJSONValueType type, Detail detail) {
+  add(key, type, kNothing);
+  if (reads()->detailCount == reads()->detailCapacity) makeRoomForDetail();
+  std::construct_at(reads()->details + reads()->detailCount, std::move(detail));
+  reads()->entries()[reads()->size - 1].outcome = reads()->detailCount++;
+}
+
+QVIPJSONJournal::Faults& QVIPJSONJournal::faults() {
+  if (reads() == nullptr) grow(0, 0);
+  if (reads()->faults == nullptr) reads()->faults = std::make_unique<Faults>();
+  return *reads()->faults;
+}
+
+void QVIPJSONJournal::setLastError(std::string text) {
+  const std::ptrdiff_t last = std::ptrdiff_t{reads()->size} - 1;
+  std::vector<Faults::OfRead>& all = faults().ofReads;
+  if (all.empty() || all.back().entry != last) all.push_back({last, {}});
+  all.back().text = std::move(text);
+}
+
+void QVIPJSONJournal::setOwnError(std::optional<std::string> text) {
+  if (text) {
+    faults().own = std::make_unique<std::string>(std::move(*text));
+  } else if (ownError() != nullptr) {
+    faults().own.reset();
   }
-  reads_->details[entry.outcome].errorDescription = std::make_unique<std::string>(std::move(text));
+}
+
+const std::string* QVIPJSONJournal::Faults::of(std::ptrdiff_t entry) const {
+  const auto found = std::ranges::lower_bound(ofReads, entry, {}, &OfRead::entry);
+  return found == ofReads.end() || found->entry != entry ? nullptr : &found->text;
 }
 
 bool QVIPJSONJournal::names(std::string_view key) const {
-  if (reads_ == nullptr) return false;
-  return std::ranges::any_of(std::span(reads_->entries(), reads_->size),
+  if (reads() == nullptr) return false;
+  return std::ranges::any_of(std::span(reads()->entries(), reads()->size),
                              [key](const Entry& entry) { return entry.key == key; });
-}
-
-const QVIPJSONJournal::Detail* QVIPJSONJournal::detailOf(const Entry& entry) const {
-  return entry.outcome < kRaw ? &reads_->details[entry.outcome] : nullptr;
 }
 
 }  // namespace qv

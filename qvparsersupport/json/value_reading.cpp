@@ -29,10 +29,6 @@ const JSONKind* kindOfRead(QVIPJSONValueType type) {
   return jsonKind(type);
 }
 
-std::unique_ptr<std::string> owned(std::string text) {
-  return std::make_unique<std::string>(std::move(text));
-}
-
 std::string notProvided(QVIPJSONKey key) {
   return fmt::format("Required key '{}' was not provided.", key.text());
 }
@@ -48,7 +44,8 @@ bool isSame(const Value& value, const std::optional<Value>& raw) {
 }  // namespace
 
 void QVIPJSONObject::addFault(QVIPJSONKey key, QVIPJSONValueType type, std::string text) {
-  journal_.addDetail(key, type).errorDescription = owned(std::move(text));
+  journal_.add(key, type, QVIPJSONJournal::kNothing);
+  journal_.setLastError(std::move(text));
   setChildObjectHasError(true);
 }
 
@@ -91,8 +88,7 @@ void QVIPJSONObject::extractValueForDisallowedKey(QVIPJSONKey key, QVIPJSONValue
   // A read without a trace leaves another key's entry the last one.
   if (journal_.size() > 0) {
     journal_.setLastError(
-        fmt::format("Key '{}' is not allowed in a write only characteristic", key.text()),
-        rawValue(QVIPJSONJournal::keyOf(journal_[journal_.size() - 1])));
+        fmt::format("Key '{}' is not allowed in a write only characteristic", key.text()));
   }
   setChildObjectHasError(true);
 }
@@ -106,9 +102,9 @@ void QVIPJSONObject::extractObject(QVIPJSONKey key, Maker maker, bool required) 
     return;
   }
   const auto self = weak_from_this().lock();
-  auto child = maker(std::move(*raw), self);
+  auto child = maker(journal_.arena(), std::move(*raw), self);
   if (self == nullptr && isFaulty(*child)) setChildObjectHasError(true);
-  journal_.addDetail(key, kType).value = std::move(child);
+  journal_.add(key, kType, std::move(child));
 }
 
 void QVIPJSONObject::extractArray(QVIPJSONKey key, Maker maker, bool required) {
@@ -124,14 +120,14 @@ void QVIPJSONObject::extractArray(QVIPJSONKey key, Maker maker, bool required) {
     return;
   }
   const auto self = weak_from_this().lock();
-  QVIPJSONObjectList children;
-  children.reserve(raw->count());
-  for (std::size_t i = 0; i < raw->count(); ++i) children.push_back(maker(raw->at(i), self));
+  QVIPJSONArena& arena = journal_.arena();
+  QVIPJSONChildren children(arena, raw->count());
+  for (std::size_t i = 0; i < raw->count(); ++i) children.add(maker(arena, raw->at(i), self));
   if (self == nullptr &&
       std::ranges::any_of(children, [](const auto& child) { return isFaulty(*child); })) {
     setChildObjectHasError(true);
   }
-  journal_.addDetail(key, kType).value = std::move(children);
+  journal_.add(key, kType, std::move(children));
 }
 
 void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, const ValueTransformer& valueTransformer) {
@@ -146,17 +142,17 @@ void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, const ValueTransformer&
   std::optional<std::string> fault;
   std::optional<Value> value = valueTransformer(raw, &fault);
   sawFailStatus = false;
-  if (value && !fault && isSame(*value, raw)) {
-    journal_.add(key, kType, QVIPJSONJournal::kRaw);
-  } else if (value || fault) {
-    // Deliberate: a value that comes with a fault is kept too.
-    QVIPJSONJournal::Detail& detail = journal_.addDetail(key, kType);
-    if (value) detail.value = std::move(*value);
-    if (fault) detail.errorDescription = owned(std::move(*fault));
-  } else {
+  // Deliberate: a value that comes with a fault is kept too.
+  if (!value) {
     journal_.add(key, kType, QVIPJSONJournal::kNothing);
+  } else if (isSame(*value, raw)) {
+    journal_.add(key, kType, QVIPJSONJournal::kRaw);
+  } else {
+    journal_.add(key, kType, std::move(*value));
   }
-  if (fault) setChildObjectHasError(true);
+  if (!fault) return;
+  journal_.setLastError(std::move(*fault));
+  setChildObjectHasError(true);
 }
 
 }  // namespace qv
