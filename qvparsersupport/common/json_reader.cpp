@@ -35,7 +35,12 @@ class TreeHandler {
   TreeHandler(std::string_view text, std::size_t maximumValues)
       : storage_(ValueStorage::make()),
         text_(storage_->copyText(text)),
-        maximumValues_(maximumValues) {}
+        maximumValues_(maximumValues) {
+    // Room for a usual message, so that its stacks cost one allocation each.
+    constexpr std::size_t kFew = 32;
+    values_.reserve(kFew);
+    keys_.reserve(kFew);
+  }
 
   // The text in the arena: what is to be parsed.
   std::string_view text() const { return text_; }

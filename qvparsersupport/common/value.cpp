@@ -128,22 +128,13 @@ Value::Value(const Value& other) : node_(other.node_), storage_(other.storage_) 
   if (storage_ != nullptr) storage_->retain();
 }
 
-Value::Value(Value&& other) noexcept
-    : node_(std::exchange(other.node_, Node())), storage_(std::exchange(other.storage_, nullptr)) {}
-
 Value& Value::operator=(const Value& other) {
   if (this != &other) *this = Value(other);
   return *this;
 }
 
-Value& Value::operator=(Value&& other) noexcept {
-  std::swap(node_, other.node_);
-  std::swap(storage_, other.storage_);
-  return *this;
-}
-
-Value::~Value() {
-  if (storage_ != nullptr) storage_->release();
+void Value::letGo() noexcept {
+  storage_->release();
 }
 
 std::optional<Number> Value::asNumber() const {

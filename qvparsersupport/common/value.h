@@ -78,10 +78,18 @@ class QV_EXPORT Value {
   static Value object(std::shared_ptr<ValueObject> object);
 
   Value(const Value& other);
-  Value(Value&& other) noexcept;
+  Value(Value&& other) noexcept
+      : node_(std::exchange(other.node_, Node())),
+        storage_(std::exchange(other.storage_, nullptr)) {}
   Value& operator=(const Value& other);
-  Value& operator=(Value&& other) noexcept;
-  ~Value();
+  Value& operator=(Value&& other) noexcept {
+    std::swap(node_, other.node_);
+    std::swap(storage_, other.storage_);
+    return *this;
+  }
+  ~Value() {
+    if (storage_ != nullptr) letGo();
+  }
 
   Type type() const { return node_.type; }
   bool isNull() const { return node_.type == Type::null; }
@@ -116,6 +124,7 @@ class QV_EXPORT Value {
  private:
   friend class ValueBuilder;
   Value(const Node& node, ValueStorage* storage) : node_(node), storage_(storage) {}
+  void letGo() noexcept;
 
   Node node_;
   ValueStorage* storage_ = nullptr;  // null for null and numbers

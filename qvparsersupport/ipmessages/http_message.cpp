@@ -12,20 +12,20 @@ bool isBlank(char character) {
   return character == ' ' || character == '\t';
 }
 
-bool isLineEnd(char character) {
-  return character == '\r' || character == '\n';
+// What stands before the first of the two characters; the whole text when it holds neither.
+std::string_view before(std::string_view text, char one, char other) {
+  const std::string_view shorter = text.substr(0, text.find(one));
+  return shorter.substr(0, shorter.find(other));
 }
 
-// The text up to the first such character, which is taken off `rest` with its end; all of it, and
-// then no rest, when there is none.
-template <class Predicate>
-std::string_view takeUntil(std::optional<std::string_view>& rest, Predicate isEnd) {
+// The text up to the first blank, which is taken off `rest` with it; all of it, and then no rest,
+// when there is none.
+std::string_view takeItem(std::optional<std::string_view>& rest) {
   const std::string_view text = *rest;
-  std::size_t length = 0;
-  while (length < text.size() && !isEnd(text[length])) ++length;
+  const std::string_view item = before(text, ' ', '\t');
   rest.reset();
-  if (length < text.size()) rest = text.substr(length + 1);
-  return text.substr(0, length);
+  if (item.size() < text.size()) rest = text.substr(item.size() + 1);
+  return item;
 }
 
 bool isASCII(ByteView bytes) {
@@ -79,12 +79,11 @@ struct StartLine {
 // first line and so no items, whereas an empty first line has one, the empty text.
 StartLine startLineOf(std::string_view header) {
   StartLine result;
-  std::optional<std::string_view> rest = header;
-  rest = takeUntil(rest, isLineEnd);
+  std::optional<std::string_view> rest = before(header, '\n', '\r');
   result.range = {0, rest->size()};
   if (header.empty()) return result;
-  result.item0 = takeUntil(rest, isBlank);
-  if (rest) result.item1 = takeUntil(rest, isBlank);
+  result.item0 = takeItem(rest);
+  if (rest) result.item1 = takeItem(rest);
   result.item2 = rest;
   return result;
 }
@@ -186,10 +185,15 @@ std::shared_ptr<QVHTTPMessage> QVHTTPMessage::initWithHeader(ByteView header,
   return message;
 }
 
-std::optional<std::string> QVHTTPMessage::headerValueForKey(std::string_view key) const {
+std::optional<std::string_view> QVHTTPMessage::headerValueViewForKey(std::string_view key) const {
   const auto index = indexOfField(headerFields_, key);
   if (!index) return std::nullopt;
-  return std::string((*headerFields_)[*index].value);
+  return (*headerFields_)[*index].value;
+}
+
+std::optional<std::string> QVHTTPMessage::headerValueForKey(std::string_view key) const {
+  const auto value = headerValueViewForKey(key);
+  return value ? std::optional(std::string(*value)) : std::nullopt;
 }
 
 std::optional<std::string> QVHTTPMessage::contentType() const {

@@ -68,6 +68,8 @@ class QV_EXPORT QVHTTPMessage {
   // section 5.1); the check is meant to be this strict.
   std::optional<std::string> headerValueForKey(std::string_view key) const;
   std::optional<std::string> contentType() const;
+  // The same without a copy: valid until the fields are set anew.
+  std::optional<std::string_view> headerValueViewForKey(std::string_view key) const;
 
   const std::optional<std::string>& requestMethod() const { return headerLineItem0_; }
   const std::optional<std::string>& requestURL() const { return headerLineItem1_; }

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "qvparsersupport/common/utf8.h"
 #include "qvparsersupport/ipmessages/message_class.h"
 #include "qvparsersupport/ipmessages/message_rules.h"
@@ -39,6 +41,21 @@ bool sameFault(const QVMessageFault& left, const QVMessageFault& right) {
          left.key == right.key;
 }
 
+// Which row is found first decides nothing, so the one that names the request's class comes first:
+// it spares the others their look at the request.
+const QVIPMessageClass* responseClass(const QVIPMessage* request, const QVHTTPMessage& message) {
+  const auto rows = QVIPMessage::_messageClasses();
+  const auto matches = [&](const QVIPMessageClass& row) {
+    return row.messageMatchesRequest(request, message);
+  };
+  const auto likely = request == nullptr ? rows.end()
+                                         : std::ranges::find(rows, request->className(),
+                                                             &QVIPMessageClass::answers);
+  if (likely != rows.end() && matches(*likely)) return &*likely;
+  const auto found = std::ranges::find_if(rows, matches);
+  return found == rows.end() ? nullptr : &*found;
+}
+
 }  // namespace
 
 std::shared_ptr<QVIPMessage> QVIPMessage::requestMessageForHeader(ByteView header,
@@ -61,16 +78,14 @@ std::shared_ptr<QVIPMessage> QVIPMessage::responseMessageForRequest(
     std::shared_ptr<QVIPMessage> request, ByteView header, std::optional<ByteView> payload,
     const JSONLimits& limits) {
   auto httpMessage = QVHTTPMessage::initWithHeader(header, payload);
-  for (const QVIPMessageClass& messageClass : _messageClasses()) {
-    if (!messageClass.messageMatchesRequest(request.get(), *httpMessage)) continue;
-    auto message = messageClass.make();
-    message->limits_ = limits;
-    message->isBeingBuilt_ = true;
-    message->initWithRequest(std::move(request), std::move(httpMessage));
-    message->finish();
-    return message;
-  }
-  return nullptr;
+  const QVIPMessageClass* messageClass = responseClass(request.get(), *httpMessage);
+  if (messageClass == nullptr) return nullptr;
+  auto message = messageClass->make();
+  message->limits_ = limits;
+  message->isBeingBuilt_ = true;
+  message->initWithRequest(std::move(request), std::move(httpMessage));
+  message->finish();
+  return message;
 }
 
 // A host can make a chain of requests of any length; it is taken apart without recursion.
@@ -166,7 +181,7 @@ void QVIPMessage::checkObjectForError(const QVIPJSONObject* object) {
 // Deliberate: compared exactly, so another letter case or a parameter is a fault (RFC 9110, section
 // 8.3.1, would take both).
 bool QVIPMessage::checkContentType(std::string_view expected) {
-  const auto actual = httpMessageOrEmpty().contentType();
+  const auto actual = httpMessageOrEmpty().headerValueViewForKey(kContentType);
   if (actual == expected) return true;
   QVMessageFault fault{.rule = "http.content-type",
                        .text = fmt::format("Invalid HTTP content type. Expected \"{}\".", expected),
@@ -174,7 +189,7 @@ bool QVIPMessage::checkContentType(std::string_view expected) {
                        .range = httpMessageOrEmpty().valueRangeForKey(kContentType),
                        .expected = std::string(expected)};
   if (actual) {
-    fault.actual = *actual;
+    fault.actual = std::string(*actual);
   } else {
     describeMissingContentType(httpMessageOrEmpty(), fault);
   }

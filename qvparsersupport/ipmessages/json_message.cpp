@@ -19,7 +19,7 @@ std::optional<Value> QVIPJSONPayloadMessage::jsonPayload() {
   if (cachedJSONPayload_) return cachedJSONPayload_;
   const auto& body = httpMessageOrEmpty().body();
   const bool isEmpty = !body || body->empty();
-  if (!httpMessageOrEmpty().contentType() && isEmpty) return std::nullopt;
+  if (isEmpty && !httpMessageOrEmpty().headerValueViewForKey("Content-Type")) return std::nullopt;
   if (!checkContentType(kJSONContentType)) return std::nullopt;
   if (isEmpty) {
     setFault({.rule = "json.empty-body",

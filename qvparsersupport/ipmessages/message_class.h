@@ -14,6 +14,8 @@ struct QVIPMessageClass {
   // characteristic reads); null otherwise.
   const char* method;
   const char* url;
+  // For a response class, the name of the request class that it answers; null otherwise.
+  const char* answers;
   // What the class's static operations of the same names answer.
   bool (*messageMatchesHTTPMessage)(const QVHTTPMessage& httpMessage);
   bool (*messageMatchesRequest)(const QVIPMessage* request, const QVHTTPMessage& httpMessage);
@@ -39,6 +41,7 @@ class QV_EXPORT QVIPRequestClass : public Base {
 template <class Self, class Request, class Base>
 class QV_EXPORT QVIPResponseClass : public Base {
  public:
+  using Answered = Request;
   static bool messageMatchesRequest(const QVIPMessage* request, const QVHTTPMessage& httpMessage) {
     return dynamic_cast<const Request*>(request) != nullptr &&
            httpMessage.responseHTTPVersion() != kEventVersion;

@@ -13,12 +13,16 @@ constexpr QVIPMessageClass rowOf() {
       Message::kClassName,
       nullptr,
       nullptr,
+      nullptr,
       &Message::messageMatchesHTTPMessage,
       &Message::messageMatchesRequest,
       []() -> std::shared_ptr<QVIPMessage> { return std::make_shared<Message>(); }};
   if constexpr (requires { Message::kMethod; }) {
     row.method = Message::kMethod;
     row.url = Message::kURL;
+  }
+  if constexpr (requires { typename Message::Answered; }) {
+    row.answers = Message::Answered::kClassName;
   }
   return row;
 }

@@ -36,6 +36,12 @@ const char* typeName(const Value& value) {
   return "no JSON value";
 }
 
+bool saysJSON(std::string_view contentType) {
+  if (contentType.find("json") != std::string_view::npos) return true;
+  return !isPlainLowercase(contentType) &&
+         lowercased(contentType).find("json") != std::string::npos;
+}
+
 // What stands under a key of the dictionary.
 std::string found(const std::optional<Value>& dictionary, std::string_view key) {
   const auto value = dictionary ? dictionary->find(key) : std::nullopt;
@@ -86,10 +92,8 @@ void QVIPMessage::checkNoContent() {
 // be JSON; a 207 then passes and a 500 does not.
 bool QVIPMessage::readJSONBody(std::optional<Value>& dictionary) {
   const auto& body = httpMessageOrEmpty().body();
-  const auto contentType = httpMessageOrEmpty().contentType();
-  if (!body || !contentType || lowercased(*contentType).find("json") == std::string::npos) {
-    return true;
-  }
+  const auto contentType = httpMessageOrEmpty().headerValueViewForKey("Content-Type");
+  if (!body || !contentType || !saysJSON(*contentType)) return true;
   const JSONParseResult& parsed = parsedBody();
   if (!parsed.value) {
     setFault({.rule = "json.syntax",

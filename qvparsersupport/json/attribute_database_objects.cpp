@@ -136,7 +136,7 @@ void QVIPCharacteristicObject::readValue() {
     extractValueForKey("value", [this](const std::optional<Value>& raw, ErrorSlot fault) {
       return decodedValue(raw, fault);
     });
-  } else if (jsonObject() && jsonObject()->find("value")) {
+  } else if (hasKey("value")) {
     extractValueForDisallowedKey("value", QVIPFormatStringToQVIPJSONValueType(formatValue().get()));
   }
 }

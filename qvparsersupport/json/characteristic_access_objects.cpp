@@ -95,7 +95,7 @@ void QVIPCharacteristicWriteObject::initWithJSONObject(
   extractValueForKey("aid", Kind::number);
   extractValueForKey("authData", Kind::string, kOptional);
   extractValueForKey("remote", Kind::boolean, kOptional);
-  if (this->jsonObject() && this->jsonObject()->find("ev")) {
+  if (hasKey("ev")) {
     extractValueForKey("ev", Kind::boolean, kOptional);
   } else {
     extractValueForKey("value", unchanged);

@@ -151,6 +151,8 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   virtual std::shared_ptr<const QVXMLObject> governingDefinition() const { return nullptr; }
 
  protected:
+  // Whether the value is a dictionary with the key.
+  bool hasKey(QVIPJSONKey key) const { return rawNode(key) != nullptr; }
   // True in a class whose required "value" a "status" read before it excuses.
   virtual bool statusExcusesValue() const { return false; }
   // Tells how many keys the class is about to read and how many of them as child objects, which

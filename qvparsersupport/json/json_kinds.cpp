@@ -34,11 +34,17 @@ constexpr JSONKind kKinds[] = {
     {QVIPJSONValueType::null, isOfType<Value::Type::null>, "Value is not null.", "null"},
 };
 
+static_assert(std::ranges::is_sorted(kKinds, {}, &JSONKind::type) &&
+                  kKinds[0].type == QVIPJSONValueType::number &&
+                  std::rbegin(kKinds)->type == QVIPJSONValueType::null,
+              "rows stand by their number");
+
 }  // namespace
 
 const JSONKind* jsonKind(QVIPJSONValueType type) {
-  const auto* row = std::ranges::find(kKinds, type, &JSONKind::type);
-  return row == std::end(kKinds) ? nullptr : row;
+  // `unspecified` and negative numbers become large ones.
+  const auto index = static_cast<std::uint32_t>(type) - 1;
+  return index < std::size(kKinds) ? &kKinds[index] : nullptr;
 }
 
 }  // namespace qv

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include "qvparsersupport/common/value_storage.h"
@@ -96,13 +97,13 @@ void QVIPJSONObject::extractValueForDisallowedKey(QVIPJSONKey key, QVIPJSONValue
 void QVIPJSONObject::extractObject(QVIPJSONKey key, Maker maker, bool required) {
   const JSONValidationGuard guard;
   constexpr auto kType = QVIPJSONValueType::object;
-  std::optional<Value> raw = rawValue(key);
-  if (!raw) {
+  const Value::Node* raw = rawNode(key);
+  if (raw == nullptr) {
     addAbsence(key, kType, required);
     return;
   }
   const auto self = weak_from_this().lock();
-  auto child = maker(journal_.arena(), std::move(*raw), self);
+  auto child = maker(journal_.arena(), ValueBuilder::share(*raw, *jsonObject_), self);
   if (self == nullptr && isFaulty(*child)) setChildObjectHasError(true);
   journal_.add(key, kType, std::move(child));
 }
@@ -110,19 +111,23 @@ void QVIPJSONObject::extractObject(QVIPJSONKey key, Maker maker, bool required) 
 void QVIPJSONObject::extractArray(QVIPJSONKey key, Maker maker, bool required) {
   const JSONValidationGuard guard;
   constexpr auto kType = QVIPJSONValueType::array;
-  const std::optional<Value> raw = rawValue(key);
-  if (!raw) {
+  const Value::Node* raw = rawNode(key);
+  if (raw == nullptr) {
     addAbsence(key, kType, required);
     return;
   }
-  if (!raw->isArray()) {
+  if (raw->type != Value::Type::array) {
     addFault(key, kType, jsonKind(kType)->text);
     return;
   }
   const auto self = weak_from_this().lock();
   QVIPJSONArena& arena = journal_.arena();
-  QVIPJSONChildren children(arena, raw->count());
-  for (std::size_t i = 0; i < raw->count(); ++i) children.add(maker(arena, raw->at(i), self));
+  // A handle of its own, lest a child's class takes the value away from this object.
+  const Value document = *jsonObject_;
+  QVIPJSONChildren children(arena, raw->size);
+  for (const Value::Node& element : std::span(ValueBuilder::elements(*raw), raw->size)) {
+    children.add(maker(arena, ValueBuilder::share(element, document), self));
+  }
   if (self == nullptr &&
       std::ranges::any_of(children, [](const auto& child) { return isFaulty(*child); })) {
     setChildObjectHasError(true);

@@ -73,10 +73,17 @@ void QVIPUUIDTypeString::initWithJSONObject(std::optional<Value> jsonObject,
   QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, QVIPJSONValueType::string);
   service_.reset();
   characteristic_.reset();
-  std::optional<std::string> fault;
-  const auto uuid = QVTypes::fullVELUUIDFromShortUUID(type(), &fault);
-  if (fault) setErrorDescription(std::move(fault));
-  if (!uuid) return;
+  const auto text = stringOf(*this);
+  QVTypes::FullUUIDRoom room;
+  auto uuid = text ? QVTypes::plainFullVELUUID(*text, room) : std::nullopt;
+  std::optional<std::string> full;
+  if (!uuid) {
+    std::optional<std::string> fault;
+    full = QVTypes::fullVELUUIDFromShortUUID(type(), &fault);
+    if (fault) setErrorDescription(std::move(fault));
+    if (!full) return;
+    uuid = *full;
+  }
   const QVSymbolTable& table = QVSymbolTable::sharedSymbolTable();
   service_ = table.findService(*uuid, QVTransport::ip);
   characteristic_ = table.findCharacteristic(*uuid, QVTransport::ip);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <tuple>
 
 #include "qvparsersupport/common/utf8.h"
 
@@ -53,6 +54,22 @@ std::optional<std::string> QVTypes::fullVELUUIDFromShortUUID(
   }
   // Deliberate: a text longer than the full form gets the same message.
   return fail(errorDescription, "Too many characters for a VEL short form UUID.");
+}
+
+std::optional<std::string_view> QVTypes::plainFullVELUUID(std::string_view shortUUID,
+                                                          FullUUIDRoom& room) {
+  static_assert(std::tuple_size_v<FullUUIDRoom> == kFullFormLength);
+  if (shortUUID.size() == kFullFormLength) {
+    return isPlainLowercase(shortUUID) ? std::optional(shortUUID) : std::nullopt;
+  }
+  if (shortUUID.size() > kShortFormLength) return std::nullopt;
+  char* out = std::fill_n(room.data(), kShortFormLength - shortUUID.size(), '0');
+  for (const char c : shortUUID) {
+    if ((c & 0x80) != 0) return std::nullopt;
+    *out++ = c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+  }
+  std::ranges::copy(kBaseUUIDSuffix, out);
+  return std::string_view(room.data(), room.size());
 }
 
 bool QVTypes::hasVELUUIDPrefix(const std::optional<std::string>& uuid) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -72,6 +73,12 @@ class QV_EXPORT QVTypes {
   // points.
   static std::optional<std::string> fullVELUUIDFromShortUUID(
       const std::optional<std::string>& shortUUID, ErrorSlot errorDescription = nullptr);
+
+  // The same for ASCII text without a copy of it: a view of the text itself or of the room given
+  // for it. Null for every text that takes `fullVELUUIDFromShortUUID` to tell.
+  using FullUUIDRoom = std::array<char, 36>;
+  static std::optional<std::string_view> plainFullVELUUID(std::string_view shortUUID,
+                                                          FullUUIDRoom& room);
 
   // Deliberate: despite its name it looks at the end of the text, in any letter case, for the base
   // suffix. False for null.

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <new>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -138,6 +140,33 @@ TEST(IPJSONObject, ChildrenOutliveTheirParents) {
   EXPECT_TRUE(middle->childObjectHasError());
   EXPECT_EQ(middle->parent(), nullptr);
   EXPECT_EQ(jsonText(*journal[0].jsonValue), "{\"b\":[1]}");
+}
+
+// Takes more than the usual alignment, and no null.
+class alignas(64) QVDemanding : public QVIPJSONObject {
+ public:
+  void initWithJSONObject(std::optional<Value> jsonObject,
+                          const std::shared_ptr<QVIPJSONObject>& parent,
+                          QVIPJSONValueType type) override {
+    if (jsonObject == Value()) throw std::bad_alloc();
+    QVIPJSONObject::initWithJSONObject(std::move(jsonObject), parent, type);
+  }
+};
+
+TEST(IPJSONObject, ChildrenShareTheirMemoryAndNotTheirLife) {
+  auto root = make(jsonFrom("{\"a\":[1,{\"b\":[2]}],\"c\":[1,null]}"));
+  root->extractArrayValueForKey<QVDemanding>("a");
+  EXPECT_THROW(root->extractArrayValueForKey<QVDemanding>("c"), std::bad_alloc);
+  EXPECT_EQ(root->extractedValues().size(), 1U);
+  auto children = root->arrayForProperty<QVDemanding>("a").value();
+  const std::weak_ptr<QVIPJSONObject> dropped = children[0];
+  const auto kept = children[1];
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(kept.get()) % alignof(QVDemanding), 0U);
+  children.clear();
+  root.reset();
+  EXPECT_TRUE(dropped.expired());
+  kept->extractArrayValueForKey<QVIPJSONObject>("b");
+  EXPECT_EQ(jsonText(*kept->arrayForProperty<QVIPJSONObject>("b")->at(0)->jsonObject()), "2");
 }
 
 TEST(IPJSONObject, WorksWithoutASharedOwner) {

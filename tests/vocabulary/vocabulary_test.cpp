@@ -43,6 +43,9 @@ TEST(TypesTest, fullVELUUIDFromShortUUID) {
     Text error = "kept";
     EXPECT_EQ(QVTypes::fullVELUUIDFromShortUUID(row.uuid, &error), row.full);
     EXPECT_EQ(error, row.error) << row.uuid.value_or("null");
+    QVTypes::FullUUIDRoom room;
+    const auto plain = QVTypes::plainFullVELUUID(row.uuid.value_or("none of them"), room);
+    EXPECT_TRUE(!plain || row.full == *plain) << *plain;
   }
 }
 
