@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "qvparsersupport/common/text_readings.h"
 #include "tests/json/tree_dump.h"
 #include "tests/support/expectations.h"
 
@@ -63,7 +64,7 @@ void read(QVIPJSONObject& object, const std::string& line) {
   const QVIPJSONKey kKeys[] = {"a", "b", "x-y-z", "status", "value"};
   const auto* key = std::find_if(std::begin(kKeys), std::end(kKeys),
                                  [&](QVIPJSONKey known) { return known.text() == name; });
-  const auto type = static_cast<QVIPJSONValueType>(std::atoi(how.c_str()));
+  const auto type = static_cast<QVIPJSONValueType>(integerReading(how));
   const bool required = how != "optional";
   if (operation == "flag") {
     sawFailStatus = true;

@@ -18,6 +18,7 @@ namespace {
 // The file names without their folders, so that what is made does not depend on where it is made.
 std::vector<std::string> baseNames(const std::vector<std::string>& files) {
   std::vector<std::string> names;
+  names.reserve(files.size());
   for (const std::string& file : files) {
     names.push_back(std::filesystem::path(file).filename().string());
   }
