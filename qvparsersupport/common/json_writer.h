@@ -20,6 +20,8 @@ struct JSONStyle {
 // float is read again and always show a fraction or an exponent, and text is escaped where it must
 // be. What JSON does not know is written as a string: bytes in base-64, NaN and infinities by name,
 // a library object as "object". Bytes of text that are no UTF-8 turn into U+FFFD. Takes any depth.
+// What a value shares in several places is written in each of them, so a small value that a host or
+// an archive made can have a text of any length: `maximumBytes` bounds it.
 QV_EXPORT std::string jsonText(const Value& value, const JSONStyle& style = {});
 
 }  // namespace qv

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -82,7 +83,7 @@ class TreeMapper {
     while (!waiting_.empty()) {
       ValueNode& node = *waiting_.back();
       waiting_.pop_back();
-      if (!convert(node)) return fail(errorDescription, std::move(fault_));
+      if (!convertOnce(node)) return fail(errorDescription, std::move(fault_));
     }
     return ValueBuilder::adopt(result, std::move(storage_));
   }
@@ -114,8 +115,33 @@ class TreeMapper {
   ValueStorage& storage() { return *storage_; }
 
  private:
+  // A host can build values that share their parts over and over, and archives share long texts.
+  // What was converted once, long texts always and containers past a small number, stands for all
+  // its places.
+  bool convertOnce(ValueNode& node) {
+    const bool isContainer = node.type == Type::array || node.type == Type::dictionary;
+    const bool isText = node.type == Type::string || node.type == Type::bytes;
+    const bool isRemembered = (isContainer && node.size > 0 && ++containers_ > kConvertedFreely) ||
+                              (isText && node.size > kShortText);
+    if (!isRemembered) return convert(node);
+    const std::pair<const void*, std::uint64_t> source(node.address, std::uint64_t{node.size});
+    const auto known = converted_.find(source);
+    if (known != converted_.end()) {
+      node = known->second;
+      return true;
+    }
+    if (!convert(node)) return false;
+    converted_.emplace(source, node);
+    return true;
+  }
+
+  static constexpr std::size_t kConvertedFreely = 1000;
+  static constexpr std::size_t kShortText = 64;
+
   ValueStorage::Owner storage_;
   std::vector<ValueNode*> waiting_;
+  std::size_t containers_ = 0;
+  std::map<std::pair<const void*, std::uint64_t>, ValueNode> converted_;
   std::string fault_;
 };
 
@@ -272,9 +298,10 @@ class FromJSON : public TreeMapper {
       }
     }
     if (!value) return refuseValue(wrapper);
-    const Number number = Number::float64(*value);
-    node = ValueBuilder::nodeOf(
-        kind == NumericKind::doubleFloat ? number : Number::float32(number.floatValue()));
+    Number number = Number::float64(*value);
+    if (kind == NumericKind::singleFloat) number = Number::float32(number.floatValue());
+    if (std::isfinite(*value) && !std::isfinite(number.doubleValue())) return refuseValue(wrapper);
+    node = ValueBuilder::nodeOf(number);
     return true;
   }
 

@@ -22,7 +22,8 @@ namespace qv {
 //   dictionary            an array of [key, value], for dictionaries with a key "$kind" or with
 //                         keys that are no UTF-8
 //
-// Both directions take any depth without recursion.
+// Both directions take any depth without recursion, and keep shared what a value shares in several
+// places, so that neither grows beyond a small multiple of what there is.
 
 // Null, with a text, for a value that holds a library object.
 QV_EXPORT std::optional<Value> jsonFormOf(const Value& value, ErrorSlot errorDescription = nullptr);

@@ -92,6 +92,7 @@ TEST(ValueJSON, refusesWhatIsNoForm) {
       {R"({"$kind":"long","value":9223372036854775808})",
        "The value of $kind 'long' does not fit it"},
       {R"({"$kind":"double","value":"nan"})", "The value of $kind 'double' does not fit it"},
+      {R"({"$kind":"float","value":-1e300})", "The value of $kind 'float' does not fit it"},
       {R"({"$kind":"float","value":null})", "The value of $kind 'float' does not fit it"},
       {R"({"$kind":"bytes","value":"AP8"})", "The value of $kind 'bytes' does not fit it"},
       {R"({"$kind":"string","value":[]})", "The value of $kind 'string' does not fit it"},
@@ -119,6 +120,18 @@ TEST(ValueJSON, anyDepth) {
     deep = i % 2 == 0 ? Value::array({deep}) : Value::dictionary({{"$kind", deep}});
   }
   EXPECT_EQ(valueOfJSONForm(*jsonFormOf(deep)), deep);
+}
+
+// Sixty levels in both places of the level above would be 10^18 values.
+TEST(ValueJSON, keepsSharedWhatIsShared) {
+  Value shared = Value::bytes({});
+  for (int i = 0; i < 60; ++i) {
+    shared = i % 2 == 0 ? Value::array({shared, shared})
+                        : Value::dictionary({{"$kind", shared}, {"value", shared}});
+  }
+  const Value form = *jsonFormOf(shared);
+  EXPECT_EQ(valueOfJSONForm(form), shared);
+  EXPECT_EQ(jsonText(form, {.maximumBytes = 30}), R"({"$kind":"dictionary","valu...)");
 }
 
 }  // namespace
