@@ -1,51 +1,26 @@
 // Loading profiles, beside expat building nothing but an element tree from the same bytes, saving
 // and restoring the table as an archive, to be compared with loading it, and looking
-// characteristics up, beside a hash map of strings. Prints the peak heap of a loaded table first.
+// characteristics up, beside a hash map of strings. Prints the peak heap of a loaded table first, and
+// of tables restored from archives of next to nothing.
 
 #include <benchmark/benchmark.h>
 #include <expat.h>
-#include <malloc.h>
+#include <fmt/format.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
-#include <new>
 #include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "benchmarks/support/heap_counter.h"
 #include "benchmarks/support/profile_generator.h"
 #include "qvparsersupport/common/bytes.h"
+#include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/common/xml_reader.h"
 #include "qvparsersupport/symbols/symbol_table.h"
-
-namespace {
-
-std::size_t heapBytes = 0;
-std::size_t peakBytes = 0;
-bool countHeap = false;
-
-}  // namespace
-
-// Counts what the allocator really hands out. The benchmark has one thread.
-void* operator new(std::size_t size) {
-  void* place = std::malloc(size);
-  if (place == nullptr) throw std::bad_alloc();
-  if (countHeap) {
-    heapBytes += malloc_usable_size(place);
-    if (heapBytes > peakBytes) peakBytes = heapBytes;
-  }
-  return place;
-}
-void operator delete(void* place) noexcept {
-  if (countHeap && place != nullptr) heapBytes -= malloc_usable_size(place);
-  std::free(place);
-}
-void operator delete(void* place, std::size_t) noexcept {
-  operator delete(place);
-}
 
 namespace {
 
@@ -210,19 +185,35 @@ BENCHMARK(peerUnorderedMap<true>)->Arg(300)->Arg(3000)->Arg(30000);
 
 void printPeakHeap(std::size_t characteristics) {
   const std::string& text = profile(characteristics);
-  countHeap = true;
-  heapBytes = peakBytes = 0;
+  const qv::bench::HeapCounter heap;
   // The definitions resolve their references in the shared table, so that is the one to load.
   const bool loaded = loadInto(QVSymbolTable::sharedSymbolTable(), text);
-  const std::size_t held = heapBytes;
-  countHeap = false;
   std::printf(
       "heap of a loaded table, %zu characteristics, %zu bytes of XML%s: peak %.2f, held %.2f"
       " bytes per byte\n",
       characteristics, text.size(), loaded ? "" : " (NOT LOADED)",
-      static_cast<double>(peakBytes) / static_cast<double>(text.size()),
-      static_cast<double>(held) / static_cast<double>(text.size()));
+      static_cast<double>(heap.peak()) / static_cast<double>(text.size()),
+      static_cast<double>(heap.held()) / static_cast<double>(text.size()));
   clear(QVSymbolTable::sharedSymbolTable());
+}
+
+// What restoring definitions costs that an archive makes out of as few bytes as possible.
+void printHeapOfEmptyDefinitions(const char* list, const std::string& element) {
+  constexpr std::size_t kCount = 100'000;
+  std::string text = fmt::format("{{\"{}\":[", list);
+  for (std::size_t i = 0; i < kCount; ++i) text += (i > 0 ? "," : "") + element;
+  text += "]}";
+  const auto archive = qv::parseJSON(qv::bytesOf(text)).value.value();
+  QVSymbolTable& table = QVSymbolTable::sharedSymbolTable();
+  {
+    const qv::bench::HeapCounter heap;
+    const bool restored = table.loadArchivedRepresentation(archive);
+    std::printf("heap of a restored table, %s of %s%s: peak %.1f, held %.1f bytes per byte\n", list,
+                element.c_str(), restored ? "" : " (NOT RESTORED)",
+                static_cast<double>(heap.peak()) / static_cast<double>(text.size()),
+                static_cast<double>(heap.held()) / static_cast<double>(text.size()));
+  }
+  clear(table);
 }
 
 }  // namespace
@@ -231,6 +222,11 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   for (const std::size_t characteristics : {300, 3000, 30000}) printPeakHeap(characteristics);
+  for (const char* list : {"enums", "tlv8s", "characteristics", "services"}) {
+    printHeapOfEmptyDefinitions(list, "0");
+  }
+  printHeapOfEmptyDefinitions("characteristics", R"({"ip":{}})");
+  printHeapOfEmptyDefinitions("characteristics", R"({"ip":{"step":0}})");
   benchmark::RunSpecifiedBenchmarks();
   return 0;
 }
