@@ -3,6 +3,7 @@
 #include "tests/qvcheck/run_tool.h"
 #include "tests/support/expectations.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/xml_fragment.h"
 
 namespace qv::test {
 namespace {
@@ -44,6 +45,28 @@ TEST(ProfileArchive, checksTraffic) {
   const std::size_t line = expected.rfind('\n', length) + 1;
   expected.erase(line, expected.find('\n', length) + 1 - line);
   EXPECT_EQ(findings(archive), expected);
+}
+
+// The service of the second profile refers by UUID, its archive by a name that the first one has.
+TEST(ProfileArchive, warnsOfNamesThatMeanAnotherCharacteristic) {
+  const TemporaryFolder folder;
+  const auto profile = [&](const char* file, const std::string& uuid, const std::string& service) {
+    return folder.write(
+        file,
+        bytesOf(profileText("", "",
+                            "<characteristic name='Level'><type uuid='" + uuid +
+                                "'/><format name='uint8'/><ip/></characteristic>",
+                            "<service name='" + service + "'><ip><required><characteristic ref='" +
+                                uuid + "'/></required><optional/></ip></service>")));
+  };
+  const std::string first = profile("first.xml", "1", "Lamp");
+  const std::string second = profile("second.xml", "2", "Fan");
+  EXPECT_EQ(runTool({"profile", "archive", second}).err, "");
+  const Outcome outcome = runTool({"profile", "archive", first, second});
+  EXPECT_EQ(outcome.exit, 0);
+  EXPECT_EQ(outcome.err,
+            "qvcheck: warning: service 'Fan' refers to characteristic 'Level', but in the archive "
+            "that name means another one\n");
 }
 
 TEST(ProfileArchive, tellsWhatIsNone) {

@@ -1,11 +1,13 @@
 #include "tools/qvcheck/profile_command.h"
 
 #include <filesystem>
+#include <set>
 
 #include "qvparsersupport/common/json_writer.h"
 #include "qvparsersupport/common/value_json.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 
+#include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/output_files.h"
 #include "tools/qvcheck/profile_header.h"
 #include "tools/qvcheck/profile_loading.h"
@@ -31,10 +33,62 @@ std::string headerText(const ProfileOutputOptions& options, std::ostream& err) {
   return header.text;
 }
 
-std::string archiveText() {
+// Archives refer to characteristics by name. After several documents a name can stand for another
+// characteristic than the one that a service lists; that is told once for each characteristic.
+class ReferenceCheck {
+ public:
+  explicit ReferenceCheck(std::ostream& err) : err_(err) {}
+
+  void check(const std::shared_ptr<QVServiceXMLObject>& service) {
+    if (service == nullptr) return;
+    checkList(*service, service->required());
+    checkList(*service, service->optional());
+  }
+
+ private:
+  void checkList(const QVServiceXMLObject& service,
+                 const DefinitionList<QVCharacteristicXMLObject>& list) {
+    if (list == nullptr) return;
+    for (const auto& instance : *list) {
+      const auto parent = instance->parent();
+      if (!checked_.insert(parent.get()).second) continue;
+      const auto name = instance->nameView();
+      if (name && QVSymbolTable::sharedSymbolTable().parentCharacteristicWithRef(*name) == parent) {
+        continue;
+      }
+      err_ << "qvcheck: warning: service '" << escapedShort(service.nameView().value_or(""))
+           << "' refers to characteristic '" << escapedShort(name.value_or(""))
+           << "', but in the archive that name means another one\n";
+    }
+  }
+
+  std::ostream& err_;
+  std::set<const QVCharacteristicXMLObject*> checked_;
+};
+
+void checkReferences(std::ostream& err) {
+  ReferenceCheck references(err);
+  for (const auto& service : *QVSymbolTable::sharedSymbolTable().services()) {
+    references.check(service->ip());
+    references.check(service->btle());
+  }
+}
+
+// A text that names of a megabyte, referred to again and again, make larger is none for a file.
+constexpr std::size_t kLargestArchive = std::size_t{1} << 30;
+
+int writeArchive(const std::string& file, std::ostream& out, std::ostream& err) {
+  checkReferences(err);
   const Value archive = QVSymbolTable::sharedSymbolTable().archiveRepresentation();
   // Archives hold nothing that JSON cannot.
-  return jsonText(jsonFormOf(archive).value(), {.indent = 2}) + "\n";
+  std::string text =
+      jsonText(jsonFormOf(archive).value(), {.indent = 2, .maximumBytes = kLargestArchive});
+  if (!text.ends_with('}')) {  // it was cut
+    err << "qvcheck: the archive would have more than " << kLargestArchive << " bytes\n";
+    return static_cast<int>(ExitCode::toolFault);
+  }
+  text.push_back('\n');
+  return writeContent(file, text, out, err);
 }
 
 }  // namespace
@@ -64,7 +118,7 @@ int runProfileOutput(const ProfileOutputOptions& options, std::ostream& out, std
     case ProfileOutputOptions::Form::page:
       return writeContent(options.output, profilePage(baseNames(options.files)), out, err);
     case ProfileOutputOptions::Form::archive:
-      return writeContent(options.output, archiveText(), out, err);
+      return writeArchive(options.output, out, err);
   }
   return static_cast<int>(ExitCode::toolFault);
 }
