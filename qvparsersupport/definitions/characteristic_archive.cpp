@@ -31,7 +31,8 @@ Value::Node QVCharacteristicXMLObject::archived(ArchiveWriter& out) const {
   return FamilyArchive<QVCharacteristicXMLObject>::archived(*this, out);
 }
 
-// What is inherited is written as if it were the definition's own.
+// Deliberate: what is inherited is written as if it were the definition's own, so a restored
+// instance no longer follows its parent.
 Value::Node QVCharacteristicXMLObject::archivedWith(
     ArchivedInstances<QVCharacteristicXMLObject>& instances, ArchiveWriter& out) const {
   ArchivedFields fields(out);
@@ -42,7 +43,7 @@ Value::Node QVCharacteristicXMLObject::archivedWith(
   fields.addNumber("minValue", minValue());
   fields.addNumber("maxValue", maxValue());
   fields.addNumber("step", step());
-  fields.addText("unit", unit());
+  fields.addText("unit", unitView());
   // Deliberate: the definition's own or none, because this limit is not inherited.
   fields.addNumber("maximumLength", maximumLength());
   if (const auto definition = enumDefinition()) fields.addText("enumName", definition->name());

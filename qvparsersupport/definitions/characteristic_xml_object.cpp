@@ -258,6 +258,13 @@ std::optional<std::string> QVCharacteristicXMLObject::unit() const {
   return inherited([](const QVCharacteristicXMLObject& each) { return each.rare().unit; });
 }
 
+std::optional<std::string_view> QVCharacteristicXMLObject::unitView() const {
+  return inherited([](const QVCharacteristicXMLObject& each) {
+    const auto& unit = each.rare().unit;
+    return unit ? std::optional<std::string_view>(*unit) : std::nullopt;
+  });
+}
+
 std::shared_ptr<QVEnumXMLObject> QVCharacteristicXMLObject::enumDefinition() const {
   return inherited([](const QVCharacteristicXMLObject& each) { return each.enumDefinition_; });
 }

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "qvparsersupport/common/number.h"
@@ -130,6 +131,7 @@ class QV_EXPORT QVCharacteristicXMLObject : public QVTransportFamily<QVCharacter
   const Rare& rare() const { return rare_ != nullptr ? *rare_ : noRare(); }
   Rare& ownRare();
   static const Rare& noRare();
+  std::optional<std::string_view> unitView() const;
 
   void load(std::shared_ptr<const XMLElement> source,
             const std::shared_ptr<QVCharacteristicXMLObject>& parentCharacteristic,

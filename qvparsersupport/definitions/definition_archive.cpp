@@ -26,8 +26,13 @@ int checkedLevel(int level) {
 }  // namespace
 
 ValueNode ArchiveWriter::text(std::string_view text) {
-  const std::string_view copy = storage_->copyText(text);
-  return ValueBuilder::nodeOf(Value::Type::string, copy.data(), copy.size());
+  const auto node = [&](const char* address) {
+    return ValueBuilder::nodeOf(Value::Type::string, address, text.size());
+  };
+  if (text.size() <= kShortText) return node(storage_->copyText(text).data());
+  const char*& copy = copies_[{text.data(), text.size()}];
+  if (copy == nullptr) copy = storage_->copyText(text).data();
+  return node(copy);
 }
 
 ValueNode* ArchiveWriter::elements(std::size_t count) {
@@ -43,19 +48,22 @@ ValueNode ArchivedFields::finish() {
   return ValueBuilder::nodeOf(Value::Type::dictionary, written_, count_);
 }
 
-ArchivedArray::ArchivedArray(const ValueNode* node, int level)
-    : node_(node), level_(checkedLevel(level)) {}
+ArchivedArray::ArchivedArray(const ValueNode* node, int level, ArchiveReading& reading)
+    : node_(node), reading_(&reading), level_(checkedLevel(level)) {}
 
 std::optional<std::string_view> ArchivedArray::text(std::size_t index) const {
   return textOf(ValueBuilder::elements(*node_)[index]);
 }
 
 ArchivedDictionary ArchivedArray::dictionary(std::size_t index) const {
-  return {ValueBuilder::elements(*node_) + index, level_ + 1};
+  return {ValueBuilder::elements(*node_) + index, level_ + 1, *reading_};
 }
 
-ArchivedDictionary::ArchivedDictionary(const ValueNode* node, int level)
-    : node_(node), level_(checkedLevel(level)) {}
+// What is no dictionary is no level.
+ArchivedDictionary::ArchivedDictionary(const ValueNode* node, int level, ArchiveReading& reading)
+    : node_(node),
+      reading_(&reading),
+      level_(node->type == Value::Type::dictionary ? checkedLevel(level) : level) {}
 
 const ValueNode* ArchivedDictionary::find(std::string_view key, Value::Type type) {
   if (node_->type != Value::Type::dictionary) return nullptr;
@@ -89,13 +97,19 @@ std::int64_t ArchivedDictionary::integer(std::string_view key) {
 
 ArchivedArray ArchivedDictionary::array(std::string_view key) {
   const ValueNode* const found = find(key, Value::Type::array);
-  return found != nullptr ? ArchivedArray(found, level_ + 1) : ArchivedArray();
+  return found != nullptr ? ArchivedArray(found, level_ + 1, *reading_) : ArchivedArray();
 }
 
-std::optional<ArchivedDictionary> ArchivedDictionary::dictionary(std::string_view key) {
+std::optional<ArchivedDictionary> ArchivedDictionary::instance(std::string_view key) {
   const ValueNode* const found = find(key, Value::Type::dictionary);
   if (found == nullptr) return std::nullopt;
-  return ArchivedDictionary(found, level_ + 1);
+  ArchivedDictionary instance(found, level_ + 1, *reading_);
+  instance.isInstance_ = true;
+  if (isInstance_ && ++reading_->nestedInstances > kMaximumNestedInstances) {
+    raiseLoadAssertion(fmt::format("The archive nests more than {} instances within instances",
+                                   kMaximumNestedInstances));
+  }
+  return instance;
 }
 
 }  // namespace qv

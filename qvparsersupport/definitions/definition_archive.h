@@ -5,8 +5,10 @@
 // known: a key that holds something else than what is wanted reads like a missing one.
 
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,6 +31,8 @@ class ArchiveWriter {
   // Ends the writing.
   Value take(const ValueNode& node) { return ValueBuilder::adopt(node, std::move(storage_)); }
 
+  // The text must stay where it is until the writing ends: a long one that comes again, as the name
+  // of a characteristic does in each service that refers to it, is written once.
   ValueNode text(std::string_view text);
   // Room for the elements of an array, and the array made of the first `count` of them.
   ValueNode* elements(std::size_t count);
@@ -38,7 +42,11 @@ class ArchiveWriter {
   ValueStorage& storage() { return *storage_; }
 
  private:
+  // What is not longer costs no more to copy than to find again.
+  static constexpr std::size_t kShortText = 64;
+
   ValueStorage::Owner storage_;
+  std::map<std::pair<const char*, std::size_t>, const char*> copies_;
 };
 
 // The entries of one dictionary, in the order in which they are added. Null values leave no key.
@@ -49,7 +57,10 @@ class ArchivedFields {
   ArchivedFields(const ArchivedFields&) = delete;
   ArchivedFields& operator=(const ArchivedFields&) = delete;
 
-  void add(std::string_view key, const ValueNode& node) { entries_[count_++] = {key, node}; }
+  void add(std::string_view key, const ValueNode& node) {
+    assert(count_ < entries_.size());  // the class with the most keys has 15
+    entries_[count_++] = {key, node};
+  }
   void addInteger(std::string_view key, std::int64_t value) {
     add(key, ValueBuilder::nodeOf(Number::int64(value)));
   }
@@ -75,11 +86,17 @@ class ArchivedFields {
 
 class ArchivedDictionary;
 
+// What a whole restore counts. Values that a host builds can share their parts, so that a few nodes
+// stand for billions of definitions.
+struct ArchiveReading {
+  std::size_t nestedInstances = 0;  // those of instances
+};
+
 // What is found under a key, for as long as the representation lives.
 class ArchivedArray {
  public:
   ArchivedArray() = default;
-  ArchivedArray(const ValueNode* node, int level);
+  ArchivedArray(const ValueNode* node, int level, ArchiveReading& reading);
 
   std::size_t count() const { return node_ != nullptr ? node_->size : 0; }
   std::optional<std::string_view> text(std::size_t index) const;
@@ -88,6 +105,7 @@ class ArchivedArray {
 
  private:
   const ValueNode* node_ = nullptr;
+  ArchiveReading* reading_ = nullptr;
   int level_ = 0;
 };
 
@@ -95,23 +113,28 @@ class ArchivedDictionary {
  public:
   // Containers within containers that are followed; deeper ones raise the load-assertion error.
   static constexpr int kMaximumLevel = 64;
+  // Instances of instances that a restore makes; one more raises the load-assertion error.
+  static constexpr std::size_t kMaximumNestedInstances = 100'000;
 
-  explicit ArchivedDictionary(const Value& representation)
-      : ArchivedDictionary(&ValueBuilder::node(representation), 1) {}
-  ArchivedDictionary(const ValueNode* node, int level);
+  ArchivedDictionary(const Value& representation, ArchiveReading& reading)
+      : ArchivedDictionary(&ValueBuilder::node(representation), 1, reading) {}
+  ArchivedDictionary(const ValueNode* node, int level, ArchiveReading& reading);
 
   std::optional<std::string_view> text(std::string_view key);
   std::optional<std::string> ownText(std::string_view key);
   std::optional<Number> number(std::string_view key);
   std::int64_t integer(std::string_view key);  // 0 for none
   ArchivedArray array(std::string_view key);   // empty for none
-  std::optional<ArchivedDictionary> dictionary(std::string_view key);
+  // An instance of the definition that this is; null for none.
+  std::optional<ArchivedDictionary> instance(std::string_view key);
 
  private:
   const ValueNode* find(std::string_view key, Value::Type type);
 
   const ValueNode* node_;
+  ArchiveReading* reading_;
   int level_;
+  bool isInstance_ = false;
   std::size_t next_ = 0;  // archives are read in the order in which they were written
 };
 
@@ -130,7 +153,8 @@ class DefinitionArchive {
   }
   template <class Definition>
   static std::shared_ptr<Definition> restored(const Value& representation) {
-    return restored<Definition>(ArchivedDictionary(representation));
+    ArchiveReading reading;
+    return restored<Definition>(ArchivedDictionary(representation, reading));
   }
 
   // Null elements, which only a host can have put there, are left out.
@@ -158,8 +182,8 @@ class DefinitionArchive {
   // For the parts of one definition, which are made in one block.
   template <class Part>
   static DefinitionList<Part> restoredParts(const ArchivedArray& from) {
+    if (from.count() == 0) return emptyList<Part>();
     auto list = std::make_shared<std::vector<std::shared_ptr<Part>>>();
-    if (from.count() == 0) return list;
     const auto block = std::make_shared_for_overwrite<Part[]>(from.count());
     list->reserve(from.count());
     for (std::size_t i = 0; i < from.count(); ++i) {
@@ -169,6 +193,13 @@ class DefinitionArchive {
       list->emplace_back(block, part);
     }
     return list;
+  }
+  // One for all: an archive can make many definitions out of a few bytes each.
+  template <class Part>
+  static const DefinitionList<Part>& emptyList() {
+    static const auto* const list =
+        new DefinitionList<Part>(std::make_shared<const std::vector<std::shared_ptr<Part>>>());
+    return *list;
   }
 };
 

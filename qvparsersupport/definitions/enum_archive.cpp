@@ -42,7 +42,8 @@ void QVEnumXMLObject::restore(ArchivedDictionary& from) {
   format_ = static_cast<QVFormatType>(from.integer("format"));
   values_ = DefinitionArchive::restoredParts<QVEnumValueXMLObject>(from.array("values"));
   const auto bitmask = from.text("bitmask");
-  // Deliberate: an archive that does not say makes a bitmask.
+  // Deliberate: an archive that does not say makes a bitmask, and so does one that says it with
+  // another kind of value (false, 0, null), which reads like none.
   isBitmask_ = !bitmask || lowercased(*bitmask) == "yes";
 }
 

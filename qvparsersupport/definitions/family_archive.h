@@ -71,8 +71,8 @@ class FamilyArchive {
     definition.name_ = from.ownText("name");
   }
   static void restoreInstances(Family& definition, ArchivedDictionary& from) {
-    definition.btle_ = restoredInstance(definition, from.dictionary("btle"));
-    definition.ip_ = restoredInstance(definition, from.dictionary("ip"));
+    definition.btle_ = restoredInstance(definition, from.instance("btle"));
+    definition.ip_ = restoredInstance(definition, from.instance("ip"));
   }
 
  private:
@@ -86,7 +86,7 @@ class FamilyArchive {
     return instance != nullptr && (instance->btle_ != nullptr || instance->ip_ != nullptr);
   }
 
-  // Only a host makes families that are nested, to any depth and in any shape. No recursion; what
+  // Archives nest families to 64 levels, hosts to any depth and in any shape. No recursion; what
   // stands in several places is written once, and what would stand within itself is left out there.
   static ValueNode archivedNested(const Definition& top, ArchiveWriter& out) {
     struct Visit {

@@ -10,7 +10,10 @@ namespace qv {
 
 namespace {
 
-// The names of the characteristics; one without a name cannot be referred to and is left out.
+// Deliberate: the names of the characteristics, although a profile may have referred to them by
+// UTI or UUID. After several documents one name can stand for several characteristics, and the ref
+// then finds the first of them, or one without the service's transport. A characteristic without a
+// name, which only archives and hosts have, cannot be referred to and is left out.
 ValueNode archivedRefs(const DefinitionList<QVCharacteristicXMLObject>& list, ArchiveWriter& out) {
   if (list == nullptr) return ArchiveWriter::array(nullptr, 0);
   ValueNode* const elements = out.elements(list->size());
@@ -65,6 +68,7 @@ Value::Node QVServiceXMLObject::archivedWith(ArchivedInstances<QVServiceXMLObjec
 // list of its own gets an empty one.
 DefinitionList<QVCharacteristicXMLObject> QVServiceXMLObject::restoredCharacteristics(
     const ArchivedArray& refs) const {
+  if (refs.count() == 0) return DefinitionArchive::emptyList<QVCharacteristicXMLObject>();
   auto list = std::make_shared<std::vector<std::shared_ptr<QVCharacteristicXMLObject>>>();
   list->reserve(refs.count());
   for (std::size_t i = 0; i < refs.count(); ++i) {
@@ -72,6 +76,8 @@ DefinitionList<QVCharacteristicXMLObject> QVServiceXMLObject::restoredCharacteri
     if (!ref) continue;
     const auto characteristic =
         QVSymbolTable::sharedSymbolTable().parentCharacteristicWithRef(*ref);
+    // Deliberate: outside a load an unknown ref is null here, which lacks the instance ("Must have
+    // IP instance") as a characteristic without it does.
     list->push_back(instanceForTransport(characteristic.get(), nullptr));
   }
   return list;

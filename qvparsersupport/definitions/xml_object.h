@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <span>
@@ -77,6 +78,7 @@ class QV_EXPORT QVXMLObject {
     }
     return archiveDefinitions(definitions);
   }
+  static Value archiveArray(std::nullptr_t) { return archiveDefinitions({}); }
   // A definition of class `Definition` for each element, in order; none for no array.
   template <class Definition>
   static DefinitionList<Definition> loadArchivedArray(const std::optional<Value>& array) {

@@ -9,6 +9,7 @@ constexpr RuleRow kRows[] = {
      "A dictionary with the key $kind needs a text there, the key value and no other\n"
      "A library object has no JSON form\n"
      "The archive is nested deeper than %d levels\n"
+     "The archive nests more than %d instances within instances\n"
      "The value of $kind '%@' does not fit it\n"
      "Unknown $kind '%@'",
      "An archive of profiles has the form in which the library writes it. In JSON, values that "

@@ -106,7 +106,8 @@ struct ParentRule {
            (btle != nullptr && instanceMatches(*btle, ref));
   }
 
-  // Only families as a load makes them: an instance whose parent lives elsewhere could lose it.
+  // Only families as loads and restores make them: an instance whose parent lives elsewhere could
+  // lose it.
   static bool prepare(const std::shared_ptr<Definition>& parent) {
     IndexedDefinitions::mark(*parent);
     if (parent->parent() != nullptr) return false;
@@ -142,7 +143,7 @@ struct InstanceRule {
   static constexpr std::size_t kTables = 2;
 
   static std::string_view textOf(const Query& query) { return query.ref; }
-  // Definitions of other transports do not come out of profiles and are not indexed.
+  // Definitions of other transports, which archives and hosts can have, are not indexed.
   static std::optional<std::size_t> tableFor(QVTransport transport) {
     if (transport == QVTransport::ip) return 0;
     if (transport == QVTransport::btle) return 1;

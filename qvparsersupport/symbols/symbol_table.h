@@ -43,7 +43,8 @@ class QV_EXPORT QVSymbolTable {
 
   // Replaces the contents with the definitions of the documents, in order, and runs the sanity
   // check. The error description is cleared first. On failure: false, the reason, and two lines in
-  // the process log (the reason, and where it was raised).
+  // the process log (the reason, and where it was raised). Memory that runs out, in the log's sink
+  // too, ends it with std::bad_alloc: no load is in progress then, but a reason may be missing.
   bool loadDocuments(std::span<const std::shared_ptr<const XMLDocument>> documents,
                      ErrorSlot errorDescription = nullptr);
 
@@ -53,7 +54,8 @@ class QV_EXPORT QVSymbolTable {
   // unique or that values can be encoded. Unlike after a document load, `transportCharacteristics`
   // then holds the instances of every characteristic. What the representation lacks, or holds as
   // another kind of value, reads as null, 0 or an empty list. Fails as `loadDocuments` does, for a
-  // reference to what it does not hold and for nesting beyond 64 levels.
+  // reference to what it does not hold, for nesting beyond 64 levels and for more than 100,000
+  // instances of instances.
   bool loadArchivedRepresentation(const Value& representation,
                                   ErrorSlot errorDescription = nullptr);
 
@@ -85,7 +87,8 @@ class QV_EXPORT QVSymbolTable {
   DefinitionList<QVEnumXMLObject> enums() const;
   DefinitionList<QVTLV8XMLObject> tlv8s() const;
   DefinitionList<QVCharacteristicXMLObject> characteristics() const;
-  // Deliberate: the instances of the last characteristics section read, not of all of them.
+  // Deliberate: the instances of the last characteristics section read, not of all of them; after
+  // a restore, of all.
   DefinitionList<QVCharacteristicXMLObject> transportCharacteristics() const;
   DefinitionList<QVServiceXMLObject> services() const;
 
@@ -102,8 +105,6 @@ class QV_EXPORT QVSymbolTable {
   // Why the last load failed, with the place; null after a load that succeeded.
   const std::optional<QVLoadFault>& lastLoadFault() const;
 
-  QVSymbolTable();
-  ~QVSymbolTable();
   QVSymbolTable(const QVSymbolTable&) = delete;
   QVSymbolTable& operator=(const QVSymbolTable&) = delete;
 
@@ -118,6 +119,9 @@ class QV_EXPORT QVSymbolTable {
 
  private:
   struct State;
+  // Definitions resolve their references in the shared table, so there is no other.
+  QVSymbolTable();
+  ~QVSymbolTable();
   // Runs a load from a table that was reset, and turns the load-assertion error into a failure.
   bool guardedLoad(ErrorSlot errorDescription, const std::function<bool()>& load);
 

@@ -19,10 +19,13 @@ Value QVSymbolTable::archiveRepresentation() const {
 }
 
 // Each list is stored when it is complete, so that what comes after it can refer to it.
+// Deliberate: neither unique keys nor the sanity check are asked for, as the profiles were checked
+// when they were loaded; an archive written by hand can hold what no load accepts.
 bool QVSymbolTable::loadArchivedRepresentation(const Value& representation,
                                                ErrorSlot errorDescription) {
   return guardedLoad(errorDescription, [&] {
-    ArchivedDictionary from(representation);
+    ArchiveReading reading;
+    ArchivedDictionary from(representation, reading);
     state_->enums.set(DefinitionArchive::restoredList<QVEnumXMLObject>(from.array("enums")));
     state_->tlv8s.set(DefinitionArchive::restoredList<QVTLV8XMLObject>(from.array("tlv8s")));
     CharacteristicSection section;
@@ -33,9 +36,10 @@ bool QVSymbolTable::loadArchivedRepresentation(const Value& representation,
       FamilyKeys own(*parent);
       section.add(std::move(parent), own);
     }
-    state_->transportCharacteristics.set(section.listedInstances(),
-                                         std::move(section.instanceKeys));
+    auto instances = section.listedInstances();
     state_->characteristics.set(std::move(section.parents), {std::move(section.keys)});
+    // Deliberate: those of every characteristic, unlike after loading several documents.
+    state_->transportCharacteristics.set(std::move(instances), std::move(section.instanceKeys));
     state_->services.set(
         DefinitionArchive::restoredList<QVServiceXMLObject>(from.array("services")));
     setLoadInProgress(false);

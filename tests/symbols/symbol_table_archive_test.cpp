@@ -230,6 +230,38 @@ TEST_F(ArchiveTest, nestingIsBounded) {
   EXPECT_EQ(restore(nested(62)), "restored");
   EXPECT_EQ(restore(nested(63)), "The archive is nested deeper than 64 levels");
   EXPECT_EQ(restore(nested(100000)), "The archive is nested deeper than 64 levels");
+
+  // What is no dictionary is no level, and levels that share theirs are no way around a limit.
+  const auto innermost = [](Value family, int above, bool isTwin) {
+    for (; above > 0; --above) {
+      family = isTwin ? Value::dictionary({{"btle", family}, {"ip", family}})
+                      : Value::dictionary({{"ip", family}});
+    }
+    return Value::dictionary({{"characteristics", Value::array({family})}});
+  };
+  EXPECT_EQ(restore(innermost(valueOf(R"({"properties":[0]})"), 60, false)), "restored");
+  EXPECT_EQ(restore(innermost(valueOf(R"({"properties":[{}]})"), 60, false)),
+            "The archive is nested deeper than 64 levels");
+  EXPECT_EQ(restore(innermost(Value::dictionary({}), 15, true)), "restored");
+  EXPECT_EQ(restore(innermost(Value::dictionary({}), 60, true)),
+            "The archive nests more than 100000 instances within instances");
+}
+
+TEST_F(ArchiveTest, longNamesAreNotCopiedForEachReference) {
+  const std::string name(100'000, 'n');
+  std::string refs;
+  for (int i = 0; i < 10'000; ++i) refs += "<characteristic ref='1'/>";
+  ASSERT_EQ(
+      load({profileText("", "",
+                        "<characteristic name='" + name +
+                            "'><type uuid='1'/><format name='bool'/><ip/></characteristic>",
+                        "<service name='S'><ip><required>" + refs + "</required></ip></service>")}),
+      "loaded");
+  const Value service = table.archiveRepresentation().find("services")->at(0);
+  const Value list = *service.find("ip")->find("requiredRefs");
+  EXPECT_EQ(list.count(), 10'000U);
+  EXPECT_EQ(list.at(0).asString()->data(), list.at(9'999).asString()->data());
+  EXPECT_EQ(*list.at(9'999).asString(), name);
 }
 
 TEST_F(ArchiveTest, structuresMayReferToThemselvesAndEachOther) {
@@ -309,6 +341,7 @@ TEST_F(ArchiveTest, definitionsAloneAreArchivedAndRestored) {
   EXPECT_EQ(QVXMLObject::archiveArray(QVXMLObject::loadArchivedArray<QVEnumValueXMLObject>(list)),
             list);
   EXPECT_EQ(QVXMLObject::archiveArray(Values()), Value::array({}));
+  EXPECT_EQ(QVXMLObject::archiveArray(nullptr), Value::array({}));
   EXPECT_EQ(QVXMLObject::loadArchivedArray<QVEnumValueXMLObject>(std::nullopt)->size(), 0U);
 }
 
