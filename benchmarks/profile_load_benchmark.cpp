@@ -1,7 +1,7 @@
 // Loading profiles, beside expat building nothing but an element tree from the same bytes, saving
 // and restoring the table as an archive, to be compared with loading it, and looking
-// characteristics up, beside a hash map of strings. Prints the peak heap of a loaded table first, and
-// of tables restored from archives of next to nothing.
+// characteristics up, beside a hash map of strings. Prints the peak heap of a loaded table first,
+// and of tables restored from archives of next to nothing.
 
 #include <benchmark/benchmark.h>
 #include <expat.h>
