@@ -23,6 +23,10 @@ constexpr std::string_view kProfile = R"(<profile>
 
 int main() {
   const qv::XMLParseResult profile = qv::parseXML(qv::bytesOf(kProfile), "state.xml");
+  if (profile.document == nullptr) {
+    std::printf("no XML: %s\n", profile.error.c_str());
+    return 1;
+  }
   const std::vector documents = {profile.document};
   std::optional<std::string> error;
   if (!qv::QVSymbolTable::sharedSymbolTable().loadDocuments(documents, &error)) {
