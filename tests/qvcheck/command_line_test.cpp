@@ -32,7 +32,8 @@ TEST(CommandLine, limitsWhatIsPrinted) {
     const std::string faulty = "--profile " QV_SOURCE_DIR
                                "/examples/profiles/household.xml --request " +
                                samples + ".req --response " + samples + ".rsp";
-    std::istringstream words(replaced(input[0], "$FAULTY", faulty));
+    std::istringstream words(
+        replaced(replaced(input[0], "$FAULTY", faulty), "TREE", QV_SOURCE_DIR));
     std::vector<std::string> arguments;
     for (std::string word; words >> word;) arguments.push_back(word);
     arguments.erase(arguments.begin());

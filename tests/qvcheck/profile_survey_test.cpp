@@ -115,7 +115,7 @@ TEST(ProfileSurvey, saysWhatDecidedTheExitCode) {
     const char* failOn;
     const char* end;
   } const rows[] = {
-      {"", "error", "accepted, with 0 warnings\nexit 0 (nothing at or above --fail-on)\n"},
+      {"", "error", "accepted, with 0 warnings\nexit 0 (no findings)\n"},
       {unused, "error", "accepted, with 1 warning\nexit 0 (nothing at or above --fail-on)\n"},
       {unused, "warning", "accepted, with 1 warning\nexit 1 (findings)\n"},
       {unused + unused + "<enum/>", "error",

@@ -226,9 +226,8 @@ TEST(Rules, areListedAndExplained) {
   EXPECT_EQ(static_cast<std::size_t>(std::count(list.out.begin(), list.out.end(), '\n')),
             1 + messageRules().size() + toolRules().size());
   expectAnswers("command-line/explanations.txt", [&](const Case& input) {
-    const std::string rule = input[0];
-    EXPECT_NE(list.out.find("\n" + rule + " "), std::string::npos);
-    return runTool({"explain", rule}).out;
+    const std::size_t blank = input[0].find(' ');
+    return runTool({input[0].substr(0, blank), input[0].substr(blank + 1)}).out;
   });
 }
 

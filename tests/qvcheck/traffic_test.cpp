@@ -28,7 +28,8 @@ struct Folder {
 } const kAllCases[] = {
     {"clean", 0},      {"field-faults", 1}, {"response-rules", 1}, {"not-judged", 3},
     {"damaged", 3},    {"stray-bytes", 3},  {"nothing", 5},        {"framing", 1},
-    {"json-clean", 0}, {"json-faults", 1},  {"json-keys", 0},
+    {"json-clean", 0}, {"json-faults", 1},  {"json-keys", 0},      {"swapped", 3},
+    {"unanswered", 0},
 };
 
 class Traffic : public testing::TestWithParam<Folder> {};

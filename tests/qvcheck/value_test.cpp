@@ -15,7 +15,8 @@ TEST(ValueCommand, convertsAndChecks) {
     }
     const Outcome outcome =
         runTool({"value", words.at(0), "--profile", QV_SOURCE_DIR "/examples/profiles/lamp.xml",
-                 "--transport", words.at(1), "--ref", words.at(2), rest});
+                 "--profile", QV_SOURCE_DIR "/examples/profiles/household.xml", "--transport",
+                 words.at(1), "--ref", words.at(2), rest});
     return std::to_string(outcome.exit) + "\n" + outcome.out + outcome.err;
   });
 }

@@ -17,15 +17,72 @@ using capture::Direction;
 using capture::FramedMessage;
 using capture::MessageKind;
 
+constexpr std::string_view kSwapped =
+    "this looks like the other direction; are --request and --response swapped?";
+
+bool beginsLikeResponse(ByteView head) {
+  const std::string_view text = textOf(head);
+  return text.starts_with("HTTP/1.") || text.starts_with("EVENT/");
+}
+
+// A method and, after one blank, the slash that a target begins with.
+bool beginsLikeRequest(ByteView head) {
+  const std::string_view text = textOf(head);
+  const std::size_t method = text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ");
+  return method != std::string_view::npos && method > 0 && text.substr(method).starts_with(" /");
+}
+
+std::string shortened(const std::string& url) {
+  constexpr std::size_t kLongest = 80;
+  return url.size() <= kLongest ? url : url.substr(0, kLongest) + "...";
+}
+
 }  // namespace
 
 void MessageChecker::check(const capture::ExchangeRecord& record) {
   InputRecord& input = record.direction == Direction::toAccessory ? requests_ : responses_;
   if (const capture::Damage* damage = record.damage()) {
+    pairingUncertain_ = pairingUncertain_ || damage->mayHideMessages;
     reportDamage(*damage, input);
   } else {
+    pairingUncertain_ = pairingUncertain_ || record.pairingUncertain || !record.message()->endKnown;
     reportMessage(record, *record.message(), input);
   }
+}
+
+void MessageChecker::finish() {
+  closeOpenRequest();
+  if (unanswered_ == 0 || pairingUncertain_) return;
+  const SentRequest& first = *firstUnanswered_;
+  Finding finding = remark(
+      "input.unanswered", Severity::note,
+      fmt::format("{} no response in the capture; {} message {}, {} {}",
+                  unanswered_ == 1 ? "1 request has" : fmt::format("{} requests have", unanswered_),
+                  unanswered_ == 1 ? "it is" : "the first is", first.message, first.method,
+                  shortened(first.url)),
+      first.offset, 0);
+  reportFinding(std::move(finding), std::nullopt, requests_);
+}
+
+// The next request is reported before the final response to this one only where there is none. Of
+// a request that is cut off itself no response is expected.
+void MessageChecker::followExchange(const FramedMessage& message, const MessageRecord& record) {
+  if (message.direction == Direction::toAccessory) {
+    closeOpenRequest();
+    if (message.completeness == Completeness::headerCut ||
+        message.completeness == Completeness::bodyCut) {
+      return;
+    }
+    openRequest_ = SentRequest{record.message, record.offset, record.method, record.url};
+  } else if (message.kind == MessageKind::response) {
+    openRequest_.reset();
+  }
+}
+
+void MessageChecker::closeOpenRequest() {
+  if (!openRequest_) return;
+  if (unanswered_++ == 0) firstUnanswered_ = std::move(openRequest_);
+  openRequest_.reset();
 }
 
 void MessageChecker::reportDamage(const capture::Damage& damage, InputRecord& input) {
@@ -39,6 +96,10 @@ void MessageChecker::reportDamage(const capture::Damage& damage, InputRecord& in
   if (damage.mayHideMessages) {
     finding.hint =
         "a message may be lost here, so later responses of this connection are not judged";
+  }
+  if (damage.offset == 0 &&
+      (requests ? beginsLikeResponse(input.head) : beginsLikeRequest(input.head))) {
+    finding.hint = kSwapped;
   }
   reportFinding(std::move(finding), std::nullopt, input);
 }
@@ -55,6 +116,7 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
     out.verdict = faulty ? Verdict::faulty : Verdict::ok;
   }
   report_.message(out);
+  followExchange(message, out);
 
   if (out.verdict == Verdict::unrecognised && record.direction == Direction::toAccessory) {
     Finding finding =

@@ -27,8 +27,19 @@ class MessageChecker {
         reader_(connection) {}
 
   void check(const capture::ExchangeRecord& record);
+  // For a connection that was read to its end: notes the requests without a response.
+  void finish();
 
  private:
+  struct SentRequest {
+    std::size_t message = 0;
+    std::size_t offset = 0;
+    std::string method;
+    std::string url;
+  };
+
+  void followExchange(const capture::FramedMessage& message, const MessageRecord& record);
+  void closeOpenRequest();
   void reportDamage(const capture::Damage& damage, InputRecord& input);
   void reportMessage(const capture::ExchangeRecord& record, const capture::FramedMessage& message,
                      InputRecord& input);
@@ -43,6 +54,10 @@ class MessageChecker {
   InputRecord& responses_;
   MessageReader reader_;
   std::vector<std::string_view> unpairedReasons_;  // those that were noted
+  std::optional<SentRequest> openRequest_;         // no response to it was seen yet
+  std::optional<SentRequest> firstUnanswered_;
+  std::size_t unanswered_ = 0;
+  bool pairingUncertain_ = false;
 };
 
 }  // namespace qv::check

@@ -118,7 +118,9 @@ void Report::noteOutcome(ExitCode code) {
 }
 
 int Report::finish(bool judging, int signal) {
-  if (judging && account_.judged == 0) noteOutcome(ExitCode::nothingJudged);
+  // That nothing is judged with a refused profile goes without saying.
+  const bool refused = hasOutcome(ExitCode::profileRefused);
+  if (judging && !refused && account_.judged == 0) noteOutcome(ExitCode::nothingJudged);
   std::vector<ExitCode> ordered;
   for (const Outcome& outcome : kOutcomes) {
     const auto& noted = account_.outcomes;

@@ -46,6 +46,7 @@ struct InputRecord {
   std::string fidelity;  // exact, reconstructed or damaged
   std::size_t bytes = 0;
   bool complete = true;
+  Bytes head;  // its first bytes, as far as they were read; in no report
 };
 
 struct ConnectionRecord {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tools/qvcheck/command_family.h"
+#include "tools/qvcheck/rule_selection.h"
 #include "tools/qvcheck/tool_rules.h"
 
 namespace qv::check {
@@ -23,11 +24,19 @@ struct ListedRule {
   const char* origin;
 };
 
+// Sorted by id.
 std::vector<ListedRule> allRules() {
   std::vector<ListedRule> rules;
   for (const QVRule& rule : messageRules()) rules.push_back({&rule, "library"});
   for (const QVRule& rule : toolRules()) rules.push_back({&rule, "tool"});
   std::ranges::sort(rules, {}, [](const ListedRule& each) { return each.rule->id; });
+  return rules;
+}
+
+// The rule of this id, or those of an area.
+std::vector<ListedRule> rulesNamed(const std::string& name) {
+  std::vector<ListedRule> rules = allRules();
+  std::erase_if(rules, [&](const ListedRule& each) { return !namesRule(name, each.rule->id); });
   return rules;
 }
 
@@ -92,9 +101,27 @@ std::string nearestIDs(const std::string& words) {
   return ids;
 }
 
+// What is filled in differs from finding to finding.
+std::string withoutPlaceholders(std::string_view text) {
+  std::string out(text);
+  for (const std::string_view placeholder : {"0x%02x", "%@", "%d"}) {
+    for (std::size_t at = 0; (at = out.find(placeholder, at)) != std::string::npos;) {
+      out.replace(at, placeholder.size(), "...");
+    }
+  }
+  return out;
+}
+
+Answer noSuchRule(const std::string& name) {
+  const std::string nearest = nearestIDs(name);
+  return usageError(
+      fmt::format("'{}' is no rule; {}", name,
+                  nearest.empty() ? "'qvcheck rules' lists them" : "the nearest: " + nearest));
+}
+
 std::string explanationText(const QVRule& rule) {
   std::string out = fmt::format("{}\n\n", rule.id);
-  for (const std::string_view text : rule.texts) appendIndented(out, text);
+  for (const std::string_view text : rule.texts) appendIndented(out, withoutPlaceholders(text));
   if (!rule.texts.empty()) out.push_back('\n');
   appendWrapped(out, rule.explanation);
   out += "\nExample:\n";
@@ -104,8 +131,9 @@ std::string explanationText(const QVRule& rule) {
 
 }  // namespace
 
-std::string rulesText() {
-  const std::vector<ListedRule> rules = allRules();
+Answer listOfRules(const std::string& name) {
+  const std::vector<ListedRule> rules = name.empty() ? allRules() : rulesNamed(name);
+  if (rules.empty()) return noSuchRule(name);
   std::size_t width = 0;
   for (const ListedRule& each : rules) width = std::max(width, each.rule->id.size());
   std::string out = fmt::format("{:{}}  {:7}  {}\n", "RULE", width, "ORIGIN", "WHAT IT DEMANDS");
@@ -113,15 +141,16 @@ std::string rulesText() {
     fmt::format_to(std::back_inserter(out), "{:{}}  {:7}  {}\n", each.rule->id, width, each.origin,
                    firstSentence(each.rule->explanation));
   }
-  return out;
+  return {out};
 }
 
-Answer explanationOf(const std::string& rule) {
-  if (const QVRule* found = anyRuleWithID(rule)) return {explanationText(*found)};
-  const std::string nearest = nearestIDs(rule);
-  return usageError(
-      fmt::format("'{}' is no rule; {}", rule,
-                  nearest.empty() ? "'qvcheck rules' lists them" : "the nearest: " + nearest));
+Answer explanationOf(const std::string& name) {
+  std::string out;
+  for (const ListedRule& each : rulesNamed(name)) {
+    if (!out.empty()) out += "\n\n";
+    out += explanationText(*each.rule);
+  }
+  return out.empty() ? noSuchRule(name) : Answer{out};
 }
 
 }  // namespace qv::check

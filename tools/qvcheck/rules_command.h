@@ -6,11 +6,14 @@
 
 namespace qv::check {
 
-// What `qvcheck rules` prints: each rule of the library and the tool on a line.
-std::string rulesText();
+// The name in both is that of a rule or an area, as `--select` takes it; for one that there is not,
+// the answer is a complaint with the ids that come nearest.
 
-// What `qvcheck explain` prints; for a rule that there is not, the complaint with the ids that come
-// nearest.
-Answer explanationOf(const std::string& rule);
+// What `qvcheck rules` prints: each rule of the library and the tool on a line; all of them when no
+// name is given.
+Answer listOfRules(const std::string& name);
+
+// What `qvcheck explain` prints.
+Answer explanationOf(const std::string& name);
 
 }  // namespace qv::check

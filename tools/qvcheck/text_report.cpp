@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iterator>
 
 #include "tools/qvcheck/escape.h"
@@ -21,6 +22,11 @@ std::string place(const Location& location) {
   std::string text = escaped(location.name);
   if (location.line > 0) return fmt::format("{}:{}:{}", text, location.line, location.column);
   return fmt::format("{}:{}", text, location.byteOffset.value_or(0));
+}
+
+std::string_view meaningIn(const Summary& record, ExitCode code) {
+  const bool noFindings = record.findings.empty() && record.ignored == 0;
+  return code == ExitCode::clean && noFindings ? "no findings" : meaningOf(code);
 }
 
 }  // namespace
@@ -137,7 +143,9 @@ void TextReport::summary(const Summary& record) {
                         counted(record.ignored, "finding"));
   }
   if (record.stoppedEarly) out_ << "stopped at the first message that counts (--fail-fast)\n";
-  if (style_.judging) {
+  const bool refused =
+      std::ranges::find(record.outcomes, ExitCode::profileRefused) != record.outcomes.end();
+  if (style_.judging && !refused) {
     out_ << fmt::format("checked {} of {}: {} faulty, {} without fault", record.judged,
                         counted(record.messages, "message"), record.faulty,
                         record.judged - record.faulty);
@@ -156,7 +164,7 @@ void TextReport::summary(const Summary& record) {
   std::string meanings;
   for (const ExitCode code : record.outcomes) {
     fmt::format_to(std::back_inserter(meanings), "{}{} ({})", meanings.empty() ? "" : ", also ",
-                   static_cast<int>(code), meaningOf(code));
+                   static_cast<int>(code), meaningIn(record, code));
   }
   if (record.exit >= 128) {
     out_ << fmt::format("exit {} (ended by signal {}); otherwise {}\n", record.exit,

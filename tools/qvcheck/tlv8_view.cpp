@@ -17,6 +17,7 @@ namespace qv::check {
 
 namespace {
 
+constexpr std::uint8_t kSeparator = 0xFF;
 constexpr std::size_t kMostRows = 8;
 constexpr std::size_t kMostBytesInLine = 12;
 constexpr std::size_t kWidestName = 24;
@@ -92,8 +93,12 @@ class Shower {
     std::string line =
         fmt::format("{:02X}  {}{}  ", field.type(), page_.ink(Shade::cyan, name), padding);
     const auto value = field.value();
-    if (!value) {
-      page_.line(level, line + "separator");
+    // Two items need something between them, and profiles do not list what stands there.
+    const bool separates =
+        definition == nullptr && field.type() == kSeparator && value && value->empty();
+    if (!value || separates) {
+      page_.line(level,
+                 line + "separator" + (fault.empty() ? "" : "  " + faultMark(page_.ink, fault)));
       return;
     }
     const auto nested = definition == nullptr ? nullptr : definition->tlv8Definition();

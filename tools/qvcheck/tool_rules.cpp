@@ -53,6 +53,14 @@ constexpr QVRule kRules[] = {
      "memory that the tool needs within bounds. A larger message is skipped and not judged; what "
      "follows it is checked as usual.",
      "Content-Length: 900000000"},
+    {"input.unanswered",
+     {},
+     "The input holds a response to each request. The responses end before these requests do: the "
+     "recording of that direction stopped too early, the connection was closed, or the accessory "
+     "never answered. The requests themselves are checked as usual. They are counted once for a "
+     "connection, and not where it is uncertain which request a response answers. A request that "
+     "the end of the capture cuts off is not among them.",
+     "three requests, and a file of responses that is empty"},
     {"input.unpaired",
      {},
      "The input holds the request for each response. Responses are paired with requests in order, "

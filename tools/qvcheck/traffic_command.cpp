@@ -1,8 +1,10 @@
 #include "tools/qvcheck/traffic_command.h"
 
+#include <algorithm>
 #include <csignal>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "capture/byte_source.h"
 #include "capture/exchange_pairing.h"
@@ -55,20 +57,41 @@ InputRecord inputRecord(std::size_t number, const std::string& name) {
   return record;
 }
 
-// The stream, or null with a complaint.
-std::shared_ptr<ByteStreamItems> openStream(const std::string& file, Direction direction,
+// Passes a source on and keeps how it begins.
+class HeadKeeper : public capture::ByteSource {
+ public:
+  HeadKeeper(std::shared_ptr<capture::ByteSource> source, Bytes& head)
+      : source_(std::move(source)), head_(head) {}
+
+  std::size_t read(std::span<std::uint8_t> destination) override {
+    constexpr std::size_t kMost = 32;
+    const std::size_t count = source_->read(destination);
+    const auto kept = destination.first(std::min(count, kMost - std::min(kMost, head_.size())));
+    head_.insert(head_.end(), kept.begin(), kept.end());
+    return count;
+  }
+  std::optional<std::string> error() const override { return source_->error(); }
+
+ private:
+  std::shared_ptr<capture::ByteSource> source_;
+  Bytes& head_;
+};
+
+// The stream, or null with a complaint. The record has to outlive it.
+std::shared_ptr<ByteStreamItems> openStream(InputRecord& record, Direction direction,
                                             const TrafficOptions& options, Report& report,
                                             std::ostream& err) {
   std::optional<std::string> error;
-  auto source = capture::FileSource::open(file, &error);
+  auto source = capture::FileSource::open(record.name, &error);
   if (source == nullptr) {
-    err << "qvcheck: " << escaped(file) << ": " << textOrNull(error) << '\n';
+    err << "qvcheck: " << escaped(record.name) << ": " << textOrNull(error) << '\n';
     report.noteOutcome(ExitCode::inputDamaged);
     report.noteIncomplete();
     return nullptr;
   }
-  return std::make_shared<ByteStreamItems>(std::move(source), direction,
-                                           capture::FramingLimits{options.maxMessageSize});
+  return std::make_shared<ByteStreamItems>(
+      std::make_shared<HeadKeeper>(std::move(source), record.head), direction,
+      capture::FramingLimits{options.maxMessageSize});
 }
 
 void closeInput(const ByteStreamItems& stream, InputRecord& record, Report& report,
@@ -82,19 +105,20 @@ void closeInput(const ByteStreamItems& stream, InputRecord& record, Report& repo
 }
 
 void checkConnection(const TrafficOptions& options, Report& report, std::ostream& err) {
-  const auto requests =
-      openStream(options.requestFile, Direction::toAccessory, options, report, err);
-  const auto responses =
-      openStream(options.responseFile, Direction::toController, options, report, err);
-  if (requests == nullptr || responses == nullptr) return;
   InputRecord requestInput = inputRecord(1, options.requestFile);
   InputRecord responseInput = inputRecord(2, options.responseFile);
+  const auto requests = openStream(requestInput, Direction::toAccessory, options, report, err);
+  const auto responses = openStream(responseInput, Direction::toController, options, report, err);
+  if (requests == nullptr || responses == nullptr) return;
   report.connection({1, 1});
   MessageChecker checker(report, 1, requestInput, responseInput);
   capture::ExchangePairing pairing(requests, responses);
   while (endingSignal == 0) {
     const auto record = pairing.next();
-    if (!record) break;
+    if (!record) {
+      if (!responses->source().error()) checker.finish();
+      break;
+    }
     checker.check(*record);
     if (options.failFast && report.hasOutcome(ExitCode::findings)) {
       report.noteStoppedEarly();

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <functional>
 #include <iterator>
 
@@ -13,6 +14,7 @@
 #include "tools/qvcheck/command_family.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/profile_loading.h"
+#include "tools/qvcheck/report_texts.h"
 
 namespace qv::check {
 
@@ -102,6 +104,23 @@ std::optional<Value> readArgument(const ValueOptions& options, const Subject& su
   return std::move(parsed.value);
 }
 
+std::string shownText(const Value& value) {
+  const auto bytes = value.asBytes();
+  return bytes ? hexOf(*bytes) : jsonText(value);
+}
+
+// Whether an encoded form that reads as `again` keeps the value. Floats have 32 bits once they are
+// encoded, so the nearest of those is the same value. Fields are encoded in one canonical form,
+// whatever the form given.
+bool keepsValue(const Value& given, const Value& again) {
+  const auto number = given.asNumber();
+  const auto read = again.asNumber();
+  if (number && read && read->isFloatKind()) {
+    return std::isfinite(read->doubleValue()) && read->floatValue() == number->floatValue();
+  }
+  return again == given || again.asObject() != nullptr;
+}
+
 // Shows results and collects what fails.
 class ValueReport {
  public:
@@ -117,14 +136,10 @@ class ValueReport {
     line("fault", textOrNull(text));
   }
   void shown(std::string_view label, const Value& value) {
-    if (const auto bytes = value.asBytes()) {
-      line(label, hexOf(*bytes));
-    } else if (const auto packet =
-                   std::dynamic_pointer_cast<const QVTLV8Packet>(value.asObject())) {
-      const std::size_t count = packet->fields() ? packet->fields()->size() : 0;
-      line(label, fmt::format("{} field{}", count, count == 1 ? "" : "s"));
+    if (const auto packet = std::dynamic_pointer_cast<const QVTLV8Packet>(value.asObject())) {
+      line(label, counted(packet->fields() ? packet->fields()->size() : 0, "field"));
     } else {
-      line(label, jsonText(value));
+      line(label, shownText(value));
     }
   }
   int finish() {
@@ -176,6 +191,18 @@ bool validate(const QVTransformer& transformer, const Value& value, const Subjec
       .validateValue(value, *subject.field, error);
 }
 
+// Encoding cuts off silently what the format has no room for; reading the result tells.
+void checkEncoded(const QVTransformer& transformer, const Value& given, const Value& encoded,
+                  ValueReport& report) {
+  const auto again = transformer.reverseTransformValue(encoded);
+  if (!again) {
+    report.fault("the encoded form cannot be decoded");
+  } else if (!keepsValue(given, *again)) {
+    report.fault(fmt::format("the encoded form stands for {}, not for {}", shownText(*again),
+                             shownText(given)));
+  }
+}
+
 int convert(const ValueOptions& options, const Subject& subject, const Value& given,
             std::ostream& out) {
   ValueReport report(out);
@@ -197,6 +224,7 @@ int convert(const ValueOptions& options, const Subject& subject, const Value& gi
     showFields(*packet, subject.characteristic->tlv8Definition().get(), report);
   }
   if (error) report.fault(error);
+  if (options.encode && result && !error) checkEncoded(*transformer, given, *result, report);
   if (!result && !error) report.fault("The value cannot be read as this format");
   // What the checks look at is the value; without one there is nothing left to check.
   const Value* const value = options.encode ? &given : result ? &*result : nullptr;
