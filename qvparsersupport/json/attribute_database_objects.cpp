@@ -123,7 +123,7 @@ void QVIPCharacteristicObject::findDefinitionAndTransformer() {
   transformer_ = QVTransformer::transformerForTransport(QVTransport::ip, format());
 }
 
-bool QVIPCharacteristicObject::isReadable() const {
+bool QVIPCharacteristicObject::hasReadPermission() const {
   const QVIPJSONChildren* permissions = childrenForProperty("perms");
   return permissions != nullptr && std::ranges::any_of(*permissions, [](const auto& permission) {
            return static_cast<const QVIPPermissionString&>(*permission).permissionType() ==
@@ -132,7 +132,8 @@ bool QVIPCharacteristicObject::isReadable() const {
 }
 
 void QVIPCharacteristicObject::readValue() {
-  if (isReadable()) {
+  isReadable_ = hasReadPermission();
+  if (isReadable_) {
     extractValueForKey("value", [this](const std::optional<Value>& raw, ErrorSlot fault) {
       return decodedValue(raw, fault);
     });
@@ -200,7 +201,7 @@ std::string QVIPCharacteristicObject::expectationForKey(std::string_view key,
   // The objects under "type", "format" and "unit" stand for strings.
   if (type == Kind::object) type = Kind::string;
   if (key != "value") return QVIPJSONObject::expectationForKey(key, type);
-  if (!isReadable()) return "no value, because no permission is \"pr\"";
+  if (!isReadable_) return "no value, because no permission is \"pr\"";
   const auto name = QVFormatStrings::stringForFormatType(format());
   if (!name) return "a known format";
   if (transformer_ == nullptr) {

@@ -63,12 +63,13 @@ class QV_EXPORT QVIPCharacteristicObject : public QVIPJSONObject {
 
  private:
   void findDefinitionAndTransformer();
-  bool isReadable() const;
+  bool hasReadPermission() const;
   void readValue();
   std::optional<Value> decodedValue(const std::optional<Value>& raw, ErrorSlot fault) const;
 
   std::shared_ptr<QVCharacteristicXMLObject> definition_;
   std::shared_ptr<const QVTransformer> transformer_;
+  bool isReadable_ = false;  // a permission is "pr"
 };
 
 class QV_EXPORT QVIPServiceObject : public QVIPJSONObject {
