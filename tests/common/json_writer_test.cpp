@@ -16,8 +16,8 @@ TEST(JSONWriter, writesWhatReadsBack) {
   const char* const texts[] = {
       R"({"a":[1,-2,18446744073709551615,true,false,null],"b":{},"c":[],"":""})",
       R"([0.1,-0.0,1.0,5e-324,1.7976931348623157e+308,1e+22,123456.75,0])",
-      R"(["\"\\/\b\f\n\r\t\u0000\u001f)"
-      "\x7F\xC3\xA9\xE2\x80\xA8\xF0\x9F\x92\xA1\"]",
+      (R"(["\"\\/\b\f\n\r\t\u0000\u001f)"
+       "\x7F\xC3\xA9\xE2\x80\xA8\xF0\x9F\x92\xA1\"]"),
   };
   for (const char* text : texts) {
     EXPECT_EQ(jsonText(*parseJSON(bytesOf(text)).value), text);
