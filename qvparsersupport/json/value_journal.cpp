@@ -8,7 +8,7 @@ namespace qv {
 
 void QVIPJSONJournal::forget() {
   Reads* const old = reads();
-  place_ = 0;
+  place_ = nullptr;
   std::destroy_n(old->details, old->detailCount);
   const QVIPJSONArena::Owner arena = std::move(old->arena);
   std::destroy_at(old);
@@ -16,8 +16,8 @@ void QVIPJSONJournal::forget() {
 
 // Holds the arena that it was told of, or its own.
 QVIPJSONArena::Owner QVIPJSONJournal::holdArena() {
-  if (place_ == 0) return QVIPJSONArena::Owner(QVIPJSONArena::make());
-  auto* const arena = reinterpret_cast<QVIPJSONArena*>(place_ & ~kArenaOnly);
+  if (place_ == nullptr) return QVIPJSONArena::Owner(QVIPJSONArena::make());
+  auto* const arena = reinterpret_cast<QVIPJSONArena*>(place_ - kArenaOnly);
   arena->retain();
   return QVIPJSONArena::Owner(arena);
 }
@@ -54,7 +54,7 @@ void QVIPJSONJournal::grow(std::size_t entries, std::size_t details) {
     }
     std::destroy_at(old);
   }
-  place_ = reinterpret_cast<std::uintptr_t>(larger);
+  place_ = reinterpret_cast<std::byte*>(larger);
 }
 
 void QVIPJSONJournal::makeRoomForDetail() {

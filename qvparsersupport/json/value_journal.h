@@ -72,9 +72,7 @@ class QV_EXPORT QVIPJSONJournal {
   // Keeps its reads in an arena that lives as long as the journal. One that is told of no arena
   // makes its own with the first read, and so does one that was cleared: what it then reads does
   // not add to a tree that a host may hold for long.
-  void keepIn(QVIPJSONArena& arena) {
-    place_ = reinterpret_cast<std::uintptr_t>(&arena) | kArenaOnly;
-  }
+  void keepIn(QVIPJSONArena& arena) { place_ = reinterpret_cast<std::byte*>(&arena) + kArenaOnly; }
   // Where children belong that the next read makes.
   QVIPJSONArena& arena() {
     if (reads() == nullptr) makeRoom();
@@ -150,12 +148,13 @@ class QV_EXPORT QVIPJSONJournal {
   Faults& faults();
 
   Reads* reads() const {
-    return (place_ & kArenaOnly) != 0 ? nullptr : reinterpret_cast<Reads*>(place_);
+    const bool arenaOnly = (reinterpret_cast<std::uintptr_t>(place_) & kArenaOnly) != 0;
+    return arenaOnly ? nullptr : reinterpret_cast<Reads*>(place_);
   }
 
   // The reads, or until there are any the arena for them with a mark, or nothing.
-  static constexpr std::uintptr_t kArenaOnly = 1;
-  std::uintptr_t place_ = 0;
+  static constexpr std::size_t kArenaOnly = 1;
+  std::byte* place_ = nullptr;
 };
 
 }  // namespace qv
