@@ -13,6 +13,15 @@ namespace {
 
 constexpr const char* kJSONContentType = "application/vel+json";
 
+// Made, told the status code, and only then initialised, because the code decides what is read.
+std::shared_ptr<QVIPMultipleCharacteristicReadObject> readContainer(
+    std::optional<Value> payload, std::optional<std::string> code) {
+  auto container = std::make_shared<QVIPMultipleCharacteristicReadObject>();
+  container->setHTTPResponse(std::move(code));
+  container->initWithJSONObject(std::move(payload), nullptr, QVIPJSONValueType::unspecified);
+  return container;
+}
+
 }  // namespace
 
 std::optional<Value> QVIPJSONPayloadMessage::jsonPayload() {
@@ -119,9 +128,7 @@ void QVIPMultipleCharacteristicReadRequestMessage::initWithHTTPMessage(
 void QVIPMultipleCharacteristicReadResponseMessage::initWithRequest(
     std::shared_ptr<QVIPMessage> request, std::shared_ptr<QVHTTPMessage> httpMessage) {
   QVIPJSONPayloadMessage::initWithRequest(std::move(request), std::move(httpMessage));
-  multipleReadObject_ = std::make_shared<QVIPMultipleCharacteristicReadObject>();
-  multipleReadObject_->setHTTPResponse(httpMessageOrEmpty().responseCode());
-  multipleReadObject_->initWithJSONObject(jsonPayload(), nullptr, QVIPJSONValueType::unspecified);
+  multipleReadObject_ = readContainer(jsonPayload(), httpMessageOrEmpty().responseCode());
   checkObjectForError(multipleReadObject_.get());
 }
 
@@ -169,9 +176,7 @@ bool QVIPEventNotificationMessage::messageMatchesRequest(const QVIPMessage* requ
 void QVIPEventNotificationMessage::initWithRequest(std::shared_ptr<QVIPMessage> request,
                                                    std::shared_ptr<QVHTTPMessage> httpMessage) {
   QVIPJSONPayloadMessage::initWithRequest(std::move(request), std::move(httpMessage));
-  multipleReadObject_ = std::make_shared<QVIPMultipleCharacteristicReadObject>();
-  multipleReadObject_->setHTTPResponse(std::nullopt);
-  multipleReadObject_->initWithJSONObject(jsonPayload(), nullptr, QVIPJSONValueType::unspecified);
+  multipleReadObject_ = readContainer(jsonPayload(), std::nullopt);
   checkObjectForError(multipleReadObject_.get());
 }
 
