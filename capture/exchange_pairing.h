@@ -6,12 +6,15 @@
 #include <string_view>
 
 #include "capture/stream_items.h"
+#include "capture/tcp_segment.h"
 #include "qvparsersupport/common/export.h"
 
 namespace qv::capture {
 
 // One item of a connection in report order.
 struct ExchangeRecord {
+  std::uint64_t connection = 1;
+  CapturePlace place;
   Direction direction = Direction::toAccessory;
   StreamItem item;
   // For a request, its place among the requests of the connection, from 0.
@@ -25,9 +28,10 @@ struct ExchangeRecord {
   // when it is certain, also when it is certain that the capture holds no request for it.
   bool pairingUncertain = false;
 
-  // Null for damage.
+  // Null when the item is something else.
   const FramedMessage* message() const { return std::get_if<FramedMessage>(&item); }
   const Damage* damage() const { return std::get_if<Damage>(&item); }
+  const Gap* gap() const { return std::get_if<Gap>(&item); }
 };
 
 // Pairs the responses of one connection with its requests, in order (RFC 9112, section 9.3.2).

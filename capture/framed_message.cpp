@@ -18,6 +18,10 @@ const char* completenessText(Completeness completeness) {
       return "the length of the body cannot be told";
     case Completeness::tooLarge:
       return "larger than the limit";
+    case Completeness::bytesMissing:
+      return "the capture lacks bytes of it";
+    case Completeness::bodyDamaged:
+      return "its body was changed when the capture was written";
   }
   return "";
 }
@@ -72,6 +76,12 @@ bool accountsForEveryByte(std::span<const StreamItem> items, std::uint64_t strea
     if (const auto* damage = std::get_if<Damage>(&item)) {
       if (damage->offset != position || damage->length == 0) return false;
       position += damage->length;
+      continue;
+    }
+    if (const auto* gap = std::get_if<Gap>(&item)) {
+      if (gap->offset < position || gap->length == 0) return false;
+      // One that is inside of a message is accounted for by the message.
+      if (gap->offset == position) position += gap->length;
       continue;
     }
     const auto& message = std::get<FramedMessage>(item);

@@ -40,6 +40,8 @@ enum class Completeness : std::uint8_t {
   chunkUnreadable,   // delivered up to the place where the chunked coding broke
   lengthUnreadable,  // the header announces a body whose length cannot be told; no body
   tooLarge,          // larger than the limit; no body, and the header only up to the limit
+  bytesMissing,      // the capture lacks bytes in its midst; delivered up to them
+  bodyDamaged,       // whoever wrote the capture changed the body
 };
 
 // A short text for a report, "the capture ends inside the body"; empty for `complete`.
@@ -105,6 +107,9 @@ struct FramedMessage {
   Completeness completeness = Completeness::complete;
   // False when the next message was found by searching, so that others may have been missed.
   bool endKnown = true;
+  // True when the message comes from a record of its own (an entry, a line): then every offset is
+  // that of the record in the input, and places inside of the message are told by their part alone.
+  bool isRecord = false;
   std::vector<FramingNote> notes;
 
   bool complete() const { return completeness == Completeness::complete; }
@@ -125,7 +130,14 @@ struct Damage {
   bool mayHideMessages = false;
 };
 
-using StreamItem = std::variant<FramedMessage, Damage>;
+// Bytes that went over the wire and are not in the capture. A gap inside of a message comes before
+// that message.
+struct Gap {
+  std::uint64_t offset = 0;
+  std::uint64_t length = 0;
+};
+
+using StreamItem = std::variant<FramedMessage, Damage, Gap>;
 
 // True when the items stand one after the other, leave out no byte of the stream and point nowhere
 // outside of themselves. Holds for everything that an HTTPFramer yields for a finished stream.

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "capture/byte_source.h"
+#include "capture/capture_reader.h"
+#include "capture/tcp_segment.h"
+#include "qvparsersupport/common/export.h"
+#include "qvparsersupport/common/failure.h"
+
+namespace qv::capture {
+
+// The TCP segments of a packet file, pcap or pcapng, in the order of the file. Packets of other
+// kinds are passed over; fragments of IP packets are put together.
+class QV_EXPORT PacketSegments {
+ public:
+  // Null, with a text, when the source does not begin like a packet file.
+  static std::unique_ptr<PacketSegments> open(std::shared_ptr<ByteSource> source,
+                                              ErrorSlot errorDescription = nullptr);
+  virtual ~PacketSegments() = default;
+
+  // Null at the end of the file and where it cannot be read on.
+  virtual std::optional<TCPSegment> next() = 0;
+  // What there is to say about the packets read so far, each once; after the end, about the file.
+  virtual std::optional<InputNote> nextNote() = 0;
+
+  virtual std::string_view format() const = 0;  // "pcap" or "pcapng"
+  virtual std::uint64_t packets() const = 0;    // that were read
+};
+
+}  // namespace qv::capture
