@@ -180,4 +180,13 @@ int statusCodeOf(ByteView header) {
   return digits.readable && digits.value <= 999 ? static_cast<int>(digits.value) : 0;
 }
 
+MessageKind messageKindOf(Direction direction, ByteView header) {
+  if (direction == Direction::toAccessory) return MessageKind::request;
+  const std::string_view text = textOf(header);
+  if (text.starts_with("EVENT/")) return MessageKind::event;
+  if (!text.starts_with("HTTP/")) return MessageKind::unknown;
+  const int status = statusCodeOf(header);
+  return status >= 100 && status < 200 ? MessageKind::informational : MessageKind::response;
+}
+
 }  // namespace qv::capture

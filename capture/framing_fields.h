@@ -21,4 +21,7 @@ FramingFields readFramingFields(FramedMessage& message);
 // The status code of a response's or event's header, 0 when three digits do not stand there.
 int statusCodeOf(ByteView header);
 
+// Requests are all that goes to the accessory; the rest is told by the first word and the code.
+MessageKind messageKindOf(Direction direction, ByteView header);
+
 }  // namespace qv::capture

@@ -20,14 +20,6 @@ namespace {
 
 // How many line ends after a 204 are looked past for a stray body.
 constexpr std::size_t kLineEndsBeforeStrayBody = 64;
-MessageKind kindOf(Direction direction, ByteView header) {
-  if (direction == Direction::toAccessory) return MessageKind::request;
-  const std::string_view text = textOf(header);
-  if (text.starts_with("EVENT/")) return MessageKind::event;
-  if (!text.starts_with("HTTP/")) return MessageKind::unknown;
-  const int status = statusCodeOf(header);
-  return status >= 100 && status < 200 ? MessageKind::informational : MessageKind::response;
-}
 
 }  // namespace
 
@@ -212,7 +204,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readHeader() {
 
   const ByteView header = end ? bytes.first(end->headerLength) : bytes;
   message_.header.assign(header.begin(), header.end());
-  message_.kind = kindOf(direction_, header);
+  message_.kind = messageKindOf(direction_, header);
   window_.consume(end ? end->totalLength : bytes.size());
   message_.bodyOffset = window_.offset();
   if (end) return beginBody(readFramingFields(message_));
