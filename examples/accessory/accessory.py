@@ -2,11 +2,13 @@
 """A stand-in household bridge that writes captures.
 
     accessory.py serve NAME [--fault N:KIND]... [--event N:KIND]... [--chunks N:SIZE]...
-                            [--port-file FILE] [--requests N] [--seconds N]
+                            [--address ADDRESS] [--port N] [--port-file FILE]
+                            [--requests N] [--seconds N]
     accessory.py bodies DIRECTORY
 
-`serve` listens on a free loopback port, answers one controller over one kept-alive connection and
-writes the bytes of both directions, exactly as they went over the socket, to NAME.req and NAME.rsp.
+`serve` listens on a free loopback port unless told otherwise, answers one controller over one
+kept-alive connection and writes the bytes of both directions, exactly as they went over the socket,
+to NAME.req and NAME.rsp.
 It ends when the controller hangs up, after N requests or after N seconds, whichever comes first.
 `--fault` damages the answer to request N (counted from 1), `--event` sends an event notification
 with it, `--chunks` sends its body in chunks; `--help` lists the kinds. `bodies` writes the pairing
@@ -29,7 +31,9 @@ from wire import Connection, chunked, response
 
 def listen(arguments):
     """The stream of the first controller that connects."""
-    with socket.create_server(("127.0.0.1", 0), backlog=1) as listener:
+    family = socket.AF_INET6 if ":" in arguments.address else socket.AF_INET
+    place = arguments.address, arguments.port
+    with socket.create_server(place, family=family, backlog=1) as listener:
         port = listener.getsockname()[1]
         if arguments.port_file is None:
             print(port, flush=True)
@@ -88,6 +92,8 @@ def main():
             ("--event", "KIND", numbered(EVENTS.__contains__)),
             ("--chunks", "SIZE", numbered(lambda word: word.isdecimal() and int(word) > 0, int))):
         command.add_argument(option, type=reader, action="append", default=[], metavar=f"N:{value}")
+    command.add_argument("--address", default="127.0.0.1", help="where to listen")
+    command.add_argument("--port", type=int, default=0, help="a free one else")
     command.add_argument("--port-file", type=Path, help="where the port goes; standard output else")
     command.add_argument("--requests", type=int, default=100, help="the most to answer")
     command.add_argument("--seconds", type=float, default=20, help="the longest to run")
