@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "capture/exchange_pairing.h"
+#include "capture/stream_pair_reader.h"
 #include "qvparsersupport/common/xml_reader.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
 #include "qvparsersupport/ipmessages/tlv8_message.h"
@@ -88,11 +88,11 @@ class ViewSource : public ByteSource {
   ByteView rest_;
 };
 
-std::shared_ptr<StreamItemSource> itemsOf(std::string_view text, Direction direction) {
+std::shared_ptr<ByteStreamItems> itemsOf(std::string_view text, Direction direction) {
   return std::make_shared<ByteStreamItems>(std::make_shared<ViewSource>(text), direction);
 }
 
-ExchangePairing pairing() {
+StreamPairReader pairing() {
   return {itemsOf(streams().requests, Direction::toAccessory),
           itemsOf(streams().responses, Direction::toController)};
 }
@@ -106,9 +106,9 @@ void report(benchmark::State& state) {
 
 void framing(benchmark::State& state) {
   for (auto _ : state) {
-    ExchangePairing exchanges = pairing();
+    StreamPairReader exchanges = pairing();
     std::uint64_t answered = 0;
-    while (const auto record = exchanges.next()) answered += record->answers.has_value();
+    while (const auto record = exchanges.nextRecord()) answered += record->answers.has_value();
     require(answered == kExchanges);
   }
   report(state);
@@ -125,10 +125,10 @@ void framingAndChecking(benchmark::State& state) {
       parseXML(bytesOf(kProfile), "profile").document};
   require(QVSymbolTable::sharedSymbolTable().loadDocuments(documents));
   for (auto _ : state) {
-    ExchangePairing exchanges = pairing();
+    StreamPairReader exchanges = pairing();
     std::shared_ptr<QVIPMessage> request;
     std::uint64_t answered = 0;
-    while (const auto record = exchanges.next()) {
+    while (const auto record = exchanges.nextRecord()) {
       const FramedMessage* message = record->message();
       require(message != nullptr && message->complete());
       if (record->requestIndex) {

@@ -27,7 +27,7 @@ bool beginsMessage(Direction direction, ByteView line) {
 }  // namespace
 
 void BodyBuilder::keep(ByteView bytes, std::uint64_t streamOffset) {
-  if (message_.completeness == Completeness::tooLarge || bytes.empty()) return;
+  if (!message_.complete() || bytes.empty()) return;
   const std::uint64_t end = streamOffset + bytes.size();
   if (end - message_.headerOffset > limit_) {
     message_.completeness = Completeness::tooLarge;
@@ -43,6 +43,13 @@ void BodyBuilder::keep(ByteView bytes, std::uint64_t streamOffset) {
           streamOffset;
   if (!follows) message_.segments.push_back({body.size(), streamOffset});
   body.insert(body.end(), bytes.begin(), bytes.end());
+}
+
+bool ChunkedReader::skip(std::uint64_t count) {
+  if (state_ != State::data || count > remaining_) return false;
+  remaining_ -= count;
+  if (remaining_ == 0) state_ = State::dataEnd;
+  return true;
 }
 
 ChunkedReader::Progress ChunkedReader::advance(StreamWindow& window, bool atEnd,

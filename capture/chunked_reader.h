@@ -13,7 +13,8 @@ namespace qv::capture {
 class BodyBuilder {
  public:
   BodyBuilder(FramedMessage& message, std::uint64_t limit) : message_(message), limit_(limit) {}
-  // `bytes` stood at `streamOffset`; bytes that follow the last ones join their segment.
+  // `bytes` stood at `streamOffset`; bytes that follow the last ones join their segment. Does
+  // nothing once bytes are missing.
   void keep(ByteView bytes, std::uint64_t streamOffset);
 
  private:
@@ -28,6 +29,8 @@ class ChunkedReader {
   enum class Progress : std::uint8_t { again, needsInput, done, unreadable };
   // Consumes what it can. `unreadable` leaves the window at the place where the coding broke.
   Progress advance(StreamWindow& window, bool atEnd, FramedMessage& message, BodyBuilder& body);
+  // Counts bytes that never come; false when they are more than the rest of the chunk.
+  bool skip(std::uint64_t count);
 
  private:
   struct Line {

@@ -12,7 +12,9 @@ namespace qv::capture {
 // Skips bytes that begin no message, up to the next start line or the end of the stream.
 class DamageReader {
  public:
-  explicit DamageReader(Direction direction) : search_(direction) {}
+  // Of the given kind; without one the first bytes tell.
+  explicit DamageReader(Direction direction, std::optional<DamageKind> kind = std::nullopt)
+      : search_(direction), kind_(kind) {}
 
   // Consumes what it can; true once the start line or the end is reached.
   bool skip(StreamWindow& window, bool atEnd);

@@ -1,75 +1,200 @@
 #include "capture/exchange_pairing.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qv::capture {
+namespace {
 
-ExchangePairing::ExchangePairing(std::shared_ptr<StreamItemSource> requests,
-                                 std::shared_ptr<StreamItemSource> responses)
-    : requests_(std::move(requests)), responses_(std::move(responses)) {}
+// What may wait for a request before it is taken for one without.
+constexpr std::size_t kMostHeldBytes = std::size_t{1} << 20;
+constexpr std::size_t kMostHeldItems = 256;
+// Requests that wait for a response at once; more are taken for unanswered.
+constexpr std::size_t kMostOpenRequests = 256;
+
+std::size_t bytesOf(const StreamItem& item) {
+  const auto* message = std::get_if<FramedMessage>(&item);
+  if (message == nullptr) return 0;
+  return message->header.size() + (message->body ? message->body->size() : 0);
+}
+
+std::uint64_t endOf(const StreamItem& item) {
+  if (const auto* message = std::get_if<FramedMessage>(&item)) return message->endOffset;
+  if (const auto* damage = std::get_if<Damage>(&item)) return damage->offset + damage->length;
+  const Gap& gap = std::get<Gap>(item);
+  return gap.offset + gap.length;
+}
+
+// A gap, or what it left of a message.
+bool isMissing(const StreamItem& item) {
+  const auto* damage = std::get_if<Damage>(&item);
+  return damage == nullptr || damage->kind == DamageKind::behindGap;
+}
+
+bool waitsForRequest(const ExchangeRecord& record) {
+  const FramedMessage* message = record.message();
+  return message != nullptr && message->kind != MessageKind::event;
+}
+
+}  // namespace
+
+void ExchangePairing::add(Direction direction, StreamItem item, CapturePlace place,
+                          std::optional<std::int64_t> acknowledged) {
+  Held held;
+  held.bytes = bytesOf(item);
+  held.acknowledged = acknowledged;
+  held.record.connection = connection_;
+  held.record.place = place;
+  held.record.direction = direction;
+  held.record.item = std::move(item);
+  if (direction == Direction::toAccessory) {
+    addRequestItem(std::move(held));
+  } else {
+    heldBytes_ += held.bytes;
+    responses_.push_back(std::move(held));
+  }
+  release();
+}
+
+void ExchangePairing::finish(Direction direction) {
+  if (direction == Direction::toAccessory) requestsFinished_ = true;
+  release();
+}
 
 std::optional<ExchangeRecord> ExchangePairing::next() {
-  for (;;) {
-    if (!openRequest_ && !requestsEnded_) {
-      if (std::optional<ExchangeRecord> record = nextRequestRecord()) return record;
-      requestsEnded_ = true;
-    }
-    if (std::optional<ExchangeRecord> record = nextResponseRecord()) return record;
-    if (requestsEnded_) return std::nullopt;
-    openRequest_.reset();
-  }
-}
-
-std::optional<ExchangeRecord> ExchangePairing::nextRequestRecord() {
-  std::optional<StreamItem> item = requests_->next();
-  if (!item) return std::nullopt;
-  ExchangeRecord record;
-  record.direction = Direction::toAccessory;
-  record.item = std::move(*item);
-  if (const FramedMessage* request = record.message()) {
-    record.requestIndex = requestCount_++;
-    openRequest_ = record.requestIndex;
-    openRequestEndKnown_ = request->endKnown;
-  } else if (record.damage()->mayHideMessages) {
-    uncertainty_ = "skipped bytes may hide a request";
-  }
+  if (ready_.empty()) return std::nullopt;
+  ExchangeRecord record = std::move(ready_.front());
+  ready_.pop_front();
   return record;
 }
 
-std::optional<ExchangeRecord> ExchangePairing::nextResponseRecord() {
-  std::optional<StreamItem> item = responses_->next();
-  if (!item) return std::nullopt;
-  ExchangeRecord record;
-  record.direction = Direction::toController;
-  record.item = std::move(*item);
+void ExchangePairing::addRequestItem(Held held) {
+  requestPosition_ = std::max(requestPosition_, endOf(held.record.item));
+  if (const FramedMessage* request = held.record.message()) {
+    if (!open_.empty() && held.acknowledged && open_.back().acknowledged == held.acknowledged) {
+      pipelined_ = true;
+    }
+    held.record.requestIndex = requestCount_;
+    open_.push_back(
+        OpenRequest{requestCount_++, request->beginOffset, held.acknowledged, request->endKnown});
+    if (open_.size() > kMostOpenRequests) open_.pop_front();
+  } else if (noteHole(held.record.item, requestHole_)) {
+    uncertainty_ = isMissing(held.record.item) ? "bytes missing from the capture may hide a request"
+                                               : "skipped bytes may hide a request";
+  }
+  held.record.oldestOpenRequest = open_.empty() ? requestCount_ : open_.front().index;
+  ready_.push_back(std::move(held.record));
+}
+
+// Whether the item may hide messages.
+bool ExchangePairing::noteHole(const StreamItem& item, std::optional<Hole>& hole) {
+  const auto* damage = std::get_if<Damage>(&item);
+  const auto* gap = std::get_if<Gap>(&item);
+  const bool hides = damage != nullptr
+                         ? damage->mayHideMessages || damage->kind == DamageKind::behindGap
+                         : gap->mayHideMessages;
+  if (!hides) return false;
+  const std::uint64_t begin = damage != nullptr ? damage->offset : gap->offset;
+  hole = Hole{begin, endOf(item)};
+  return true;
+}
+
+void ExchangePairing::release() {
+  while (!responses_.empty() && !mustWait(responses_.front())) {
+    heldBytes_ -= responses_.front().bytes;
+    Held held = std::move(responses_.front());
+    responses_.pop_front();
+    deliver(std::move(held));
+  }
+}
+
+bool ExchangePairing::mustWait(const Held& held) const {
+  if (requestsFinished_ || !waitsForRequest(held.record)) return false;
+  if (heldBytes_ > kMostHeldBytes || responses_.size() > kMostHeldItems) return false;
+  // What the accessory had received when it answered is to be there first.
+  if (held.acknowledged) return *held.acknowledged > static_cast<std::int64_t>(requestPosition_);
+  return open_.empty();
+}
+
+void ExchangePairing::deliver(Held held) {
+  ExchangeRecord& record = held.record;
   const FramedMessage* message = record.message();
   if (message == nullptr) {
-    if (record.damage()->mayHideMessages) uncertainty_ = "skipped bytes may hide a response";
-    return record;
-  }
-  if (message->kind != MessageKind::event) pairResponse(record);
-  if (message->kind == MessageKind::response) {
-    if (openRequest_ && !openRequestEndKnown_) {
-      uncertainty_ = "the end of an earlier request is not known";
+    if (noteHole(record.item, responseHole_)) {
+      uncertainty_ = isMissing(record.item) ? "bytes missing from the capture may hide a response"
+                                            : "skipped bytes may hide a response";
     }
-    openRequest_.reset();
+  } else {
+    if (message->kind != MessageKind::event) pairResponse(held);
+    if (!message->endKnown) {
+      uncertainty_ = "the end of an earlier response is not known";
+      responseHole_ = Hole{message->beginOffset, message->endOffset};
+    }
   }
-  if (!message->endKnown) uncertainty_ = "the end of an earlier response is not known";
-  return record;
+  record.oldestOpenRequest = open_.empty() ? requestCount_ : open_.front().index;
+  ready_.push_back(std::move(record));
 }
 
-void ExchangePairing::pairResponse(ExchangeRecord& record) const {
-  if (record.message()->kind == MessageKind::unknown) {
+void ExchangePairing::pairResponse(Held& held) {
+  ExchangeRecord& record = held.record;
+  const MessageKind kind = record.message()->kind;
+  if (kind == MessageKind::unknown) {
     record.unpairedReason = "the capture ends before its first word";
     record.pairingUncertain = true;
-  } else if (!uncertainty_.empty()) {
+    return;
+  }
+  const OpenRequest* request = nullptr;
+  if (uncertainty_.empty()) {
+    request = openRequestFor(held);
+    if (request == nullptr) record.unpairedReason = "the capture holds no request for it";
+  } else if ((request = certainRequestFor(held)) != nullptr) {
+    uncertainty_ = {};
+  } else {
     record.unpairedReason = uncertainty_;
     record.pairingUncertain = true;
-  } else if (openRequest_) {
-    record.answers = openRequest_;
-  } else {
-    record.unpairedReason = "the capture holds no request for it";
+    // It answers one of them all the same.
+    if (kind == MessageKind::response && !held.acknowledged && !open_.empty()) open_.pop_front();
+    return;
   }
+  if (request == nullptr) return;
+  record.answers = request->index;
+  if (kind != MessageKind::response) return;
+  if (!request->endKnown) {
+    uncertainty_ = "the end of an earlier request is not known";
+    requestHole_ = Hole{request->begin, requestPosition_};
+  }
+  closeRequests(request->index + 1);
+}
+
+// The one that is due, unless the acknowledgements say that it was sent after the response.
+const ExchangePairing::OpenRequest* ExchangePairing::openRequestFor(const Held& held) const {
+  if (open_.empty() || !mayAnswer(held, open_.front())) return nullptr;
+  return &open_.front();
+}
+
+// After bytes were lost: the last request that was sent before the response, when nothing that
+// could have been answered instead was lost behind it.
+const ExchangePairing::OpenRequest* ExchangePairing::certainRequestFor(const Held& held) const {
+  if (pipelined_ || !held.acknowledged) return nullptr;
+  const auto last = std::find_if(open_.rbegin(), open_.rend(), [&](const OpenRequest& request) {
+    return request.acknowledged && mayAnswer(held, request);
+  });
+  if (last == open_.rend() || !last->endKnown) return nullptr;
+  const auto received = static_cast<std::uint64_t>(std::max<std::int64_t>(*last->acknowledged, 0));
+  if (requestHole_ && requestHole_->end > last->begin) return nullptr;
+  if (responseHole_ && responseHole_->end > received) return nullptr;
+  return &*last;
+}
+
+bool ExchangePairing::mayAnswer(const Held& held, const OpenRequest& request) {
+  const auto begin = static_cast<std::int64_t>(request.begin);
+  const auto responseBegin = static_cast<std::int64_t>(held.record.message()->beginOffset);
+  return (!held.acknowledged || begin < *held.acknowledged) &&
+         (!request.acknowledged || *request.acknowledged <= responseBegin);
+}
+
+void ExchangePairing::closeRequests(std::uint64_t before) {
+  while (!open_.empty() && open_.front().index < before) open_.pop_front();
 }
 
 }  // namespace qv::capture

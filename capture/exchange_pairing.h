@@ -1,11 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <deque>
 #include <optional>
 #include <string_view>
 
-#include "capture/stream_items.h"
+#include "capture/framed_message.h"
 #include "capture/tcp_segment.h"
 #include "qvparsersupport/common/export.h"
 
@@ -14,7 +15,7 @@ namespace qv::capture {
 // One item of a connection in report order.
 struct ExchangeRecord {
   std::uint64_t connection = 1;
-  CapturePlace place;
+  CapturePlace place;  // of its first byte
   Direction direction = Direction::toAccessory;
   StreamItem item;
   // For a request, its place among the requests of the connection, from 0.
@@ -27,6 +28,8 @@ struct ExchangeRecord {
   // True when messages that were lost make it impossible to tell what the response answers; false
   // when it is certain, also when it is certain that the capture holds no request for it.
   bool pairingUncertain = false;
+  // No later record answers a request before this one.
+  std::uint64_t oldestOpenRequest = 0;
 
   // Null when the item is something else.
   const FramedMessage* message() const { return std::get_if<FramedMessage>(&item); }
@@ -36,35 +39,73 @@ struct ExchangeRecord {
 
 // Pairs the responses of one connection with its requests, in order (RFC 9112, section 9.3.2).
 //
-// Report order: a request, then what stands in the response stream up to and with its final
-// response (informational responses, events, damage), then the next request. Events consume no
-// request. When one stream ends the rest of the other follows.
+// Requests come out as they are added. A response comes out as soon as the requests that it may
+// answer are known: the one that is due, or what the response acknowledges, or the end of the
+// requests. Events consume no request. The order within a direction is kept, and so the pairs are
+// the same however the two directions are interleaved.
 //
-// Damage that may hide a whole message, and a message whose end had to be guessed, make the pairing
-// of every later response on the connection uncertain; requests and events stay usable.
-//
-// Both sources are read only as far as the next record asks for, so memory does not grow with the
-// length of the capture.
+// Damage and gaps that may hide a whole message, and a message whose end had to be guessed, make
+// the pairing of later responses uncertain; requests and events stay usable. Acknowledgements end
+// the uncertainty: when a request was sent behind everything that was lost, and no request was ever
+// sent on this connection before the response to the one before, the response behind it is its own.
 class QV_EXPORT ExchangePairing {
  public:
-  ExchangePairing(std::shared_ptr<StreamItemSource> requests,
-                  std::shared_ptr<StreamItemSource> responses);
+  explicit ExchangePairing(std::uint64_t connection = 1) : connection_(connection) {}
 
-  // Null when both streams are exhausted.
+  // `acknowledged`: how many bytes of the other direction the sender had received when it sent the
+  // first byte of the item; null when that is not known.
+  void add(Direction direction, StreamItem item, CapturePlace place = {},
+           std::optional<std::int64_t> acknowledged = std::nullopt);
+  // Nothing more comes in this direction.
+  void finish(Direction direction);
+  // Null when more is needed or, with both directions finished, when everything was told.
   std::optional<ExchangeRecord> next();
 
- private:
-  std::optional<ExchangeRecord> nextRequestRecord();
-  std::optional<ExchangeRecord> nextResponseRecord();
-  void pairResponse(ExchangeRecord& record) const;
+  // Of the items that wait.
+  std::size_t heldBytes() const { return heldBytes_; }
 
-  std::shared_ptr<StreamItemSource> requests_;
-  std::shared_ptr<StreamItemSource> responses_;
+ private:
+  struct OpenRequest {
+    std::uint64_t index = 0;
+    std::uint64_t begin = 0;
+    std::optional<std::int64_t> acknowledged;
+    bool endKnown = true;
+  };
+  struct Held {
+    ExchangeRecord record;
+    std::optional<std::int64_t> acknowledged;
+    std::size_t bytes = 0;
+  };
+  // The last stretch of a direction that may hide messages.
+  struct Hole {
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+  };
+
+  void addRequestItem(Held held);
+  void release();
+  bool mustWait(const Held& held) const;
+  void deliver(Held held);
+  void pairResponse(Held& held);
+  // As far as the acknowledgements tell.
+  static bool mayAnswer(const Held& held, const OpenRequest& request);
+  const OpenRequest* openRequestFor(const Held& held) const;
+  const OpenRequest* certainRequestFor(const Held& held) const;
+  void closeRequests(std::uint64_t before);
+  bool noteHole(const StreamItem& item, std::optional<Hole>& hole);
+
+  std::uint64_t connection_;
+  std::deque<ExchangeRecord> ready_;
+  std::deque<Held> responses_;  // those that wait, and what stands behind them
+  std::size_t heldBytes_ = 0;
+  std::deque<OpenRequest> open_;  // without a final response so far
   std::uint64_t requestCount_ = 0;
-  std::optional<std::uint64_t> openRequest_;  // the request whose final response is to come
-  bool openRequestEndKnown_ = true;
-  bool requestsEnded_ = false;
-  std::string_view uncertainty_;  // why the pairing is no longer known; empty while it is
+  std::uint64_t requestPosition_ = 0;  // how much of their stream was added
+  bool requestsFinished_ = false;
+  bool pipelined_ = false;  // a request was sent before the response to the one before
+  std::optional<Hole> requestHole_;
+  std::optional<Hole> responseHole_;
+  std::string_view uncertainty_;  // why the pairing is not known; empty while it is
 };
 
 }  // namespace qv::capture

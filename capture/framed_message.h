@@ -118,7 +118,12 @@ struct FramedMessage {
   QV_EXPORT std::uint64_t streamOffsetOf(std::uint64_t offsetInBody) const;
 };
 
-enum class DamageKind : std::uint8_t { noMessage, looksLikeTLS, emptyLines };
+enum class DamageKind : std::uint8_t {
+  noMessage,
+  looksLikeTLS,
+  emptyLines,
+  behindGap,  // the rest of what is lost in the gap before
+};
 
 // Bytes that were skipped because no message begins there.
 struct Damage {
@@ -135,6 +140,8 @@ struct Damage {
 struct Gap {
   std::uint64_t offset = 0;
   std::uint64_t length = 0;
+  // Not where the message that it is in goes on behind it.
+  bool mayHideMessages = true;
 };
 
 using StreamItem = std::variant<FramedMessage, Damage, Gap>;

@@ -30,8 +30,14 @@ class HTTPFramer::Impl {
 
   Direction direction() const { return direction_; }
   void feed(ByteView bytes) {
-    if (!finished_) window_.append(bytes);
+    if (finished_ || bytes.empty()) return;
+    settled_ = false;
+    window_.append(bytes);
   }
+  void skip(std::uint64_t length) {
+    if (!finished_) gap_ += length;
+  }
+  void settle() { settled_ = true; }
   void finish() { finished_ = true; }
 
   std::optional<StreamItem> next() {
@@ -40,7 +46,9 @@ class HTTPFramer::Impl {
         case Progress::again:
           break;
         case Progress::needsInput:
-          return std::nullopt;
+          if (gap_ == 0) return std::nullopt;
+          if (enterGap() == Progress::again) break;
+          return std::exchange(item_, std::nullopt);
         case Progress::delivers:
           return std::exchange(item_, std::nullopt);
       }
@@ -102,6 +110,11 @@ class HTTPFramer::Impl {
   Progress skipDamage();
   Progress deliver(StreamItem item);
 
+  // Bytes that are missing come when all before them were looked at.
+  bool isAtEnd() const { return finished_ && gap_ == 0; }
+  Progress enterGap();
+  Progress deliverGap(bool mayHideMessages);
+
   // A message, in the order in which its parts are read.
   Progress beginMessage();
   Progress readHeader();
@@ -129,6 +142,8 @@ class HTTPFramer::Impl {
   FramingLimits limits_;
   StreamWindow window_;
   bool finished_ = false;
+  bool settled_ = false;   // nothing follows that belongs to what was fed
+  std::uint64_t gap_ = 0;  // bytes that are missing behind the window
   State state_ = State::betweenMessages;
   std::uint64_t itemOffset_ = 0;  // where the item under construction begins
   std::optional<StreamItem> item_;
@@ -148,7 +163,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::betweenMessages() {
   const auto first = std::find_if_not(bytes.begin(), bytes.end(), isLineEnd);
   window_.consume(static_cast<std::size_t>(first - bytes.begin()));
   if (window_.empty()) {
-    if (!finished_ || window_.offset() == itemOffset_) return Progress::needsInput;
+    if (!isAtEnd() || window_.offset() == itemOffset_) return Progress::needsInput;
     return deliver(emptyLinesAtEnd(itemOffset_, window_.offset()));
   }
   switch (startLineAt(direction_, window_.view())) {
@@ -157,7 +172,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::betweenMessages() {
     case StartLineCheck::no:
       return enterDamage();
     case StartLineCheck::undecided:
-      return finished_ ? beginMessage() : Progress::needsInput;
+      return isAtEnd() ? beginMessage() : Progress::needsInput;
   }
   return Progress::needsInput;
 }
@@ -168,7 +183,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::enterDamage() {
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::skipDamage() {
-  if (!damage_.skip(window_, finished_)) return Progress::needsInput;
+  if (!damage_.skip(window_, isAtEnd())) return Progress::needsInput;
   if (window_.offset() == itemOffset_) return proceed(State::betweenMessages);
   return deliver(damage_.damage(itemOffset_, window_.offset()));
 }
@@ -199,8 +214,8 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readHeader() {
   const ByteView bytes = window_.view().first(std::min(window_.view().size(), limit));
   const bool overLimit = bytes.size() < window_.view().size();
   const std::optional<HeaderEnd> end =
-      headerScan_.advance(bytes, finished_ && !overLimit, message_);
-  if (!end && !overLimit && !finished_) return Progress::needsInput;
+      headerScan_.advance(bytes, isAtEnd() && !overLimit, message_);
+  if (!end && !overLimit && !isAtEnd()) return Progress::needsInput;
 
   const ByteView header = end ? bytes.first(end->headerLength) : bytes;
   message_.header.assign(header.begin(), header.end());
@@ -243,7 +258,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::lookForAnnouncedBody() {
     case StartLineCheck::no:
       return proceed(announcedState_);
     case StartLineCheck::undecided:
-      return finished_ ? proceed(announcedState_) : Progress::needsInput;
+      return isAtEnd() ? proceed(announcedState_) : Progress::needsInput;
     case StartLineCheck::yes:
       break;
   }
@@ -265,8 +280,8 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::lookForStrayBody() {
     message_.framing = BodyFraming::strayAfter204;
     return proceed(State::strayBody);
   }
-  if (check == StartLineCheck::yes || finished_) return deliverMessage();
-  return Progress::needsInput;
+  if (check == StartLineCheck::yes || isAtEnd()) return deliverMessage();
+  return settled_ && gap_ == 0 && window_.empty() ? deliverMessage() : Progress::needsInput;
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::readContentLengthBody() {
@@ -276,13 +291,13 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readContentLengthBody() {
   keepBody(taken);
   remaining_ -= taken;
   if (remaining_ == 0) return deliverMessage();
-  return finished_ ? deliverCut(Completeness::bodyCut) : Progress::needsInput;
+  return isAtEnd() ? deliverCut(Completeness::bodyCut) : Progress::needsInput;
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::readChunkedBody() {
   message_.framing = BodyFraming::chunked;
   BodyBuilder body(message_, limits_.messageBytes);
-  switch (chunks_.advance(window_, finished_, message_, body)) {
+  switch (chunks_.advance(window_, isAtEnd(), message_, body)) {
     case ChunkedReader::Progress::again:
       return Progress::again;
     case ChunkedReader::Progress::done:
@@ -292,13 +307,13 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readChunkedBody() {
     case ChunkedReader::Progress::needsInput:
       break;
   }
-  return finished_ ? deliverCut(Completeness::bodyCut) : Progress::needsInput;
+  return isAtEnd() ? deliverCut(Completeness::bodyCut) : Progress::needsInput;
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::readUntilClose() {
   message_.framing = BodyFraming::untilClose;
   keepBody(window_.view().size());
-  if (!finished_) return Progress::needsInput;
+  if (!isAtEnd()) return Progress::needsInput;
   const std::uint64_t length = window_.offset() - message_.bodyOffset;
   if (length > 0) {
     note(FramingNoteKind::bodyEndedByClose, "the body is ended by the close of the connection",
@@ -308,12 +323,12 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readUntilClose() {
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::readStrayBody() {
-  const StartLineSearch::Result result = search_.advance(window_.view(), finished_);
+  const StartLineSearch::Result result = search_.advance(window_.view(), isAtEnd());
   const ByteView stray = window_.view().first(result.length);
   // A message may hide in what spans lines.
   if (std::any_of(stray.begin(), stray.end(), isLineEnd)) message_.endKnown = false;
   keepBody(result.length);
-  if (!result.found && !finished_) return Progress::needsInput;
+  if (!result.found && !isAtEnd()) return Progress::needsInput;
   note(FramingNoteKind::strayBodyAfter204, "bytes that begin no message follow a 204",
        message_.bodyOffset, window_.offset() - message_.bodyOffset);
   return deliverMessage();
@@ -336,6 +351,50 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverMessage() {
          message_.headerOffset, message_.endOffset - message_.headerOffset);
   }
   return deliver(std::exchange(message_, FramedMessage()));
+}
+
+// Everything before the gap was looked at and the window holds what was undecided.
+HTTPFramer::Impl::Progress HTTPFramer::Impl::enterGap() {
+  switch (state_) {
+    case State::betweenMessages:
+      // The first bytes of a start line, or empty lines.
+      if (!window_.empty()) {
+        beginMessage();
+        return deliverCut(Completeness::bytesMissing);
+      }
+      if (itemOffset_ < window_.offset())
+        return deliver(emptyLinesAtEnd(itemOffset_, window_.offset()));
+      return deliverGap(true);
+    case State::damage:
+      window_.consume(window_.view().size());
+      if (itemOffset_ < window_.offset())
+        return deliver(damage_.damage(itemOffset_, window_.offset()));
+      return deliverGap(true);
+    case State::contentLengthBody:
+      if (gap_ > remaining_) break;
+      remaining_ -= gap_;
+      return deliverGap(false);
+    case State::chunkedBody:
+      if (!chunks_.skip(gap_)) break;
+      return deliverGap(false);
+    default:
+      break;
+  }
+  return deliverCut(Completeness::bytesMissing);
+}
+
+// Between messages the next one has to be searched for behind it; a message goes on.
+HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverGap(bool mayHideMessages) {
+  item_ = Gap{window_.offset(), gap_, mayHideMessages};
+  window_.jump(std::exchange(gap_, 0));
+  if (mayHideMessages) {
+    itemOffset_ = window_.offset();
+    damage_ = DamageReader(direction_, DamageKind::behindGap);
+    state_ = State::damage;
+  } else if (message_.complete()) {
+    message_.completeness = Completeness::bytesMissing;
+  }
+  return Progress::delivers;
 }
 
 // The stream ended inside the message.
@@ -365,6 +424,12 @@ Direction HTTPFramer::direction() const {
 }
 void HTTPFramer::feed(ByteView bytes) {
   impl_->feed(bytes);
+}
+void HTTPFramer::skip(std::uint64_t length) {
+  impl_->skip(length);
+}
+void HTTPFramer::settle() {
+  impl_->settle();
 }
 void HTTPFramer::finish() {
   impl_->finish();

@@ -45,6 +45,11 @@ class QV_EXPORT HTTPFramer {
 
   // Copies the bytes. Does nothing after `finish`.
   void feed(ByteView bytes);
+  // So many bytes of the stream are missing here. To be called when `next` answered null. A message
+  // in whose counted body they lie goes on behind them, otherwise the next start line is searched.
+  void skip(std::uint64_t length);
+  // No byte that belongs to a message fed so far is still to come: a 204 that waits is delivered.
+  void settle();
   void finish();
 
   // Null when more bytes are needed or, after `finish`, when everything was delivered.

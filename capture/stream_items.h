@@ -11,21 +11,13 @@
 
 namespace qv::capture {
 
-// The items of one direction, pulled one by one. Whoever has messages from elsewhere (packets, an
-// archive of exchanges) derives from it.
-class QV_EXPORT StreamItemSource {
- public:
-  virtual ~StreamItemSource() = default;
-  virtual std::optional<StreamItem> next() = 0;
-};
-
 // Reads a raw byte stream as far as the next item asks for. A read error ends the stream like its
 // end; ask the byte source for it.
-class QV_EXPORT ByteStreamItems : public StreamItemSource {
+class QV_EXPORT ByteStreamItems {
  public:
   ByteStreamItems(std::shared_ptr<ByteSource> source, Direction direction,
                   FramingLimits limits = {});
-  std::optional<StreamItem> next() override;
+  std::optional<StreamItem> next();
 
   const ByteSource& source() const { return *source_; }
   std::uint64_t bytesRead() const { return bytesRead_; }

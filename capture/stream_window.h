@@ -28,6 +28,9 @@ class StreamWindow {
     if (bytes_.capacity() > kKeptCapacity) Bytes().swap(bytes_);
   }
 
+  // Leaves out bytes that never come. Only while the window is empty.
+  void jump(std::uint64_t count) { offset_ += count; }
+
   ByteView view() const { return ByteView(bytes_).subspan(begin_); }
   bool empty() const { return begin_ == bytes_.size(); }
   // Of the first byte of `view` in the stream.

@@ -1,4 +1,4 @@
-#include "capture/exchange_pairing.h"
+#include "capture/stream_pair_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 namespace qv::capture::test {
 namespace {
 
-std::shared_ptr<StreamItemSource> streamOf(Direction direction, std::string_view text) {
+std::shared_ptr<ByteStreamItems> streamOf(Direction direction, std::string_view text) {
   const ByteView bytes = bytesOf(text);
   auto source = std::make_shared<MemorySource>(Bytes(bytes.begin(), bytes.end()), 7);
   return std::make_shared<ByteStreamItems>(source, direction);
@@ -25,10 +25,10 @@ std::string startLineOf(const FramedMessage& message) {
 
 // One line for each record: what it is, then the request that it is or answers.
 std::string report(std::string_view requests, std::string_view responses) {
-  ExchangePairing pairing(streamOf(Direction::toAccessory, requests),
-                          streamOf(Direction::toController, responses));
+  StreamPairReader pairing(streamOf(Direction::toAccessory, requests),
+                           streamOf(Direction::toController, responses));
   std::string text;
-  while (const auto record = pairing.next()) {
+  while (const auto record = pairing.nextRecord()) {
     if (const Damage* damage = record->damage()) {
       text += "damage: " + damage->text + "\n";
       continue;

@@ -38,6 +38,10 @@ std::string dumpMessage(const FramedMessage& message) {
 
 std::string dump(const StreamItem& item) {
   if (const auto* message = std::get_if<FramedMessage>(&item)) return dumpMessage(*message);
+  if (const auto* gap = std::get_if<Gap>(&item)) {
+    return fmt::format("gap [{},{}){}\n", gap->offset, gap->offset + gap->length,
+                       gap->mayHideMessages ? "" : " within a message");
+  }
   const auto& damage = std::get<Damage>(item);
   return fmt::format("damage [{},{}) {}{}\n", damage.offset, damage.offset + damage.length,
                      damage.text, damage.mayHideMessages ? " (may hide messages)" : "");

@@ -7,7 +7,7 @@
 #include <memory>
 #include <sstream>
 
-#include "capture/stream_items.h"
+#include "capture/stream_pair_reader.h"
 #include "qvparsersupport/common/utf8.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "tests/support/expectations.h"
@@ -43,9 +43,9 @@ int check(const Streams& streams) {
   check::InputRecord requests;
   check::InputRecord responses;
   check::MessageChecker checker(report, 1, requests, responses);
-  capture::ExchangePairing pairing(itemsOf(streams.requests, Direction::toAccessory),
-                                   itemsOf(streams.responses, Direction::toController));
-  while (const auto record = pairing.next()) checker.check(*record);
+  capture::StreamPairReader pairing(itemsOf(streams.requests, Direction::toAccessory),
+                                    itemsOf(streams.responses, Direction::toController));
+  while (const auto record = pairing.nextRecord()) checker.check(*record);
   return report.finish(true);
 }
 
@@ -90,9 +90,9 @@ std::string shown(const Streams& streams) {
   check::ViewPage page(out, false);
   check::MessageReader reader(1);
   check::AttributeNames names;
-  capture::ExchangePairing pairing(itemsOf(streams.requests, Direction::toAccessory),
-                                   itemsOf(streams.responses, Direction::toController));
-  while (const auto record = pairing.next()) {
+  capture::StreamPairReader pairing(itemsOf(streams.requests, Direction::toAccessory),
+                                    itemsOf(streams.responses, Direction::toController));
+  while (const auto record = pairing.nextRecord()) {
     if (record->message() == nullptr) continue;
     const auto read = reader.read(*record, *record->message(), 1, "input");
     names.learn(read.typed.get());

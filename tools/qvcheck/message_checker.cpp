@@ -51,7 +51,7 @@ void MessageChecker::check(const capture::ExchangeRecord& record) {
 }
 
 void MessageChecker::finish() {
-  closeOpenRequest();
+  closeRequests(UINT64_MAX);
   if (unanswered_ == 0 || pairingUncertain_) return;
   const SentRequest& first = *firstUnanswered_;
   Finding finding = remark(
@@ -64,25 +64,25 @@ void MessageChecker::finish() {
   reportFinding(std::move(finding), std::nullopt, requests_);
 }
 
-// The next request is reported before the final response to this one only where there is none. Of
-// a request that is cut off itself no response is expected.
-void MessageChecker::followExchange(const FramedMessage& message, const MessageRecord& record) {
-  if (message.direction == Direction::toAccessory) {
-    closeOpenRequest();
-    if (message.completeness == Completeness::headerCut ||
-        message.completeness == Completeness::bodyCut) {
-      return;
-    }
-    openRequest_ = SentRequest{record.message, record.offset, record.method, record.url};
-  } else if (message.kind == MessageKind::response) {
-    openRequest_.reset();
+// Of a request that is cut off itself no response is expected.
+void MessageChecker::followExchange(const capture::ExchangeRecord& record,
+                                    const MessageRecord& message) {
+  const FramedMessage& framed = *record.message();
+  const bool cut = framed.completeness == Completeness::headerCut ||
+                   framed.completeness == Completeness::bodyCut;
+  if (record.requestIndex && !cut) {
+    open_[*record.requestIndex] = {message.message, message.offset, message.method, message.url};
+  } else if (record.answers && framed.kind == MessageKind::response) {
+    open_.erase(*record.answers);
   }
+  closeRequests(record.oldestOpenRequest);
 }
 
-void MessageChecker::closeOpenRequest() {
-  if (!openRequest_) return;
-  if (unanswered_++ == 0) firstUnanswered_ = std::move(openRequest_);
-  openRequest_.reset();
+void MessageChecker::closeRequests(std::uint64_t before) {
+  while (!open_.empty() && open_.begin()->first < before) {
+    if (unanswered_++ == 0) firstUnanswered_ = std::move(open_.begin()->second);
+    open_.erase(open_.begin());
+  }
 }
 
 void MessageChecker::reportDamage(const capture::Damage& damage, InputRecord& input) {
@@ -116,7 +116,7 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
     out.verdict = faulty ? Verdict::faulty : Verdict::ok;
   }
   report_.message(out);
-  followExchange(message, out);
+  followExchange(record, out);
 
   if (out.verdict == Verdict::unrecognised && record.direction == Direction::toAccessory) {
     Finding finding =

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,8 +39,8 @@ class MessageChecker {
     std::string url;
   };
 
-  void followExchange(const capture::FramedMessage& message, const MessageRecord& record);
-  void closeOpenRequest();
+  void followExchange(const capture::ExchangeRecord& record, const MessageRecord& message);
+  void closeRequests(std::uint64_t before);
   void reportDamage(const capture::Damage& damage, InputRecord& input);
   void reportMessage(const capture::ExchangeRecord& record, const capture::FramedMessage& message,
                      InputRecord& input);
@@ -54,7 +55,7 @@ class MessageChecker {
   InputRecord& responses_;
   MessageReader reader_;
   std::vector<std::string_view> unpairedReasons_;  // those that were noted
-  std::optional<SentRequest> openRequest_;         // no response to it was seen yet
+  std::map<std::uint64_t, SentRequest> open_;      // no response to them was seen yet
   std::optional<SentRequest> firstUnanswered_;
   std::size_t unanswered_ = 0;
   bool pairingUncertain_ = false;

@@ -55,6 +55,19 @@ MessageRecord recordOf(const FramedMessage& message, const QVHTTPMessage& http) 
   return record;
 }
 
+const char* reasonFor(Completeness completeness) {
+  switch (completeness) {
+    case Completeness::tooLarge:
+      return "too large";
+    case Completeness::bytesMissing:
+      return "gap";
+    case Completeness::bodyDamaged:
+      return "body damaged";
+    default:
+      return "incomplete";
+  }
+}
+
 void leaveUnjudged(MessageRecord& record, std::string reason) {
   record.verdict = Verdict::notJudged;
   record.reason = std::move(reason);
@@ -71,12 +84,14 @@ ReadMessage MessageReader::read(const capture::ExchangeRecord& record, const Fra
   out.message = number;
   out.connection = connection_;
   out.inputName = inputName;
-  if (record.answers && open_ && open_->index == *record.answers) {
-    out.answers = open_->message;
-    out.method = open_->method;
-    out.url = open_->url;
+  const auto open = record.answers ? open_.find(*record.answers) : open_.end();
+  const OpenRequest* request = open == open_.end() ? nullptr : &open->second;
+  if (request != nullptr) {
+    out.answers = request->message;
+    out.method = request->method;
+    out.url = request->url;
   }
-  read.typed = classify(record, message, out);
+  read.typed = classify(record, message, request, out);
   if (const auto& typed = read.typed) {
     if (auto* pairing = dynamic_cast<QVIPTLV8PayloadMessage*>(typed.get())) pairing->tlv8Payload();
     out.className = typed->className();
@@ -84,21 +99,19 @@ ReadMessage MessageReader::read(const capture::ExchangeRecord& record, const Fra
     out.verdict = typed->faults().empty() ? Verdict::ok : Verdict::faulty;
   }
   if (record.direction == Direction::toAccessory) {
-    open_ = OpenRequest{record.requestIndex.value_or(0),
-                        out.message,
-                        out.method,
-                        out.url,
-                        message.complete(),
-                        read.typed};
+    open_[record.requestIndex.value_or(0)] =
+        OpenRequest{out.message, out.method, out.url, message.complete(), read.typed};
   }
+  open_.erase(open_.begin(), open_.lower_bound(record.oldestOpenRequest));
   return read;
 }
 
 std::shared_ptr<QVIPMessage> MessageReader::classify(const capture::ExchangeRecord& record,
                                                      const FramedMessage& message,
+                                                     const OpenRequest* request,
                                                      MessageRecord& out) {
   if (!message.complete()) {
-    leaveUnjudged(out, message.completeness == Completeness::tooLarge ? "too large" : "incomplete");
+    leaveUnjudged(out, reasonFor(message.completeness));
     return nullptr;
   }
   if (message.kind == MessageKind::informational) {
@@ -110,14 +123,14 @@ std::shared_ptr<QVIPMessage> MessageReader::classify(const capture::ExchangeReco
     typed = QVIPMessage::requestMessageForHeader(message.header, bodyOf(message));
   } else if (message.kind == MessageKind::event) {
     typed = QVIPMessage::responseMessageForRequest(nullptr, message.header, bodyOf(message));
-  } else if (!record.answers || !open_ || open_->index != *record.answers) {
+  } else if (request == nullptr) {
     leaveUnjudged(out, record.pairingUncertain ? "pairing uncertain" : "no request");
     return nullptr;
-  } else if (!open_->judged) {
+  } else if (!request->judged) {
     leaveUnjudged(out, "request incomplete");
     return nullptr;
-  } else if (open_->typed != nullptr) {
-    typed = QVIPMessage::responseMessageForRequest(open_->typed, message.header, bodyOf(message));
+  } else if (request->typed != nullptr) {
+    typed = QVIPMessage::responseMessageForRequest(request->typed, message.header, bodyOf(message));
   }
   if (typed == nullptr) out.verdict = Verdict::unrecognised;
   return typed;

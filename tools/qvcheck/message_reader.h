@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,9 +30,8 @@ class MessageReader {
                    std::size_t number, const std::string& inputName);
 
  private:
-  // The request whose response is to come.
+  // A request whose response may come.
   struct OpenRequest {
-    std::uint64_t index = 0;
     std::size_t message = 0;
     std::string method;
     std::string url;
@@ -40,10 +40,11 @@ class MessageReader {
   };
 
   std::shared_ptr<QVIPMessage> classify(const capture::ExchangeRecord& record,
-                                        const capture::FramedMessage& message, MessageRecord& out);
+                                        const capture::FramedMessage& message,
+                                        const OpenRequest* request, MessageRecord& out);
 
   std::size_t connection_;
-  std::optional<OpenRequest> open_;
+  std::map<std::uint64_t, OpenRequest> open_;  // by their index
 };
 
 }  // namespace qv::check

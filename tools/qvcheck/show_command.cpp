@@ -7,8 +7,7 @@
 #include <utility>
 
 #include "capture/byte_source.h"
-#include "capture/exchange_pairing.h"
-#include "capture/stream_items.h"
+#include "capture/stream_pair_reader.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/message_view.h"
 #include "tools/qvcheck/profile_loading.h"
@@ -97,9 +96,9 @@ ExitCode showConnection(const ShowOptions& options, std::ostream& out, std::ostr
       openStream(options.responseFile, Direction::toController, options.maxMessageSize, err);
   if (requests == nullptr || responses == nullptr) return ExitCode::inputDamaged;
   Shower shower(options, out, colored);
-  capture::ExchangePairing pairing(requests, responses);
+  capture::StreamPairReader pairing(requests, responses);
   while (!options.message || shower.outcome.messages < *options.message) {
-    const auto record = pairing.next();
+    const auto record = pairing.nextRecord();
     if (!record) break;
     shower.show(*record);
   }

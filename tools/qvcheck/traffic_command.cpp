@@ -7,8 +7,7 @@
 #include <utility>
 
 #include "capture/byte_source.h"
-#include "capture/exchange_pairing.h"
-#include "capture/stream_items.h"
+#include "capture/stream_pair_reader.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/message_checker.h"
 #include "tools/qvcheck/output_files.h"
@@ -112,9 +111,9 @@ void checkConnection(const TrafficOptions& options, Report& report, std::ostream
   if (requests == nullptr || responses == nullptr) return;
   report.connection({1, 1});
   MessageChecker checker(report, 1, requestInput, responseInput);
-  capture::ExchangePairing pairing(requests, responses);
+  capture::StreamPairReader pairing(requests, responses);
   while (endingSignal == 0) {
-    const auto record = pairing.next();
+    const auto record = pairing.nextRecord();
     if (!record) {
       if (!responses->source().error()) checker.finish();
       break;
