@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "capture/ascii_case.h"
 #include "capture/framing_notes.h"
 
 namespace qv::capture {
@@ -18,15 +19,6 @@ std::string_view trimmed(std::string_view text, std::string_view unwanted) {
   const std::size_t first = text.find_first_not_of(unwanted);
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(unwanted) - first + 1);
-}
-
-char lowered(char letter) {
-  return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
-bool equalsIgnoringCase(std::string_view left, std::string_view right) {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](char a, char b) { return lowered(a) == lowered(b); });
 }
 
 // The place after the line end that ends the line at `position`.

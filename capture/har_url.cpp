@@ -1,0 +1,63 @@
+#include "capture/har_url.h"
+
+#include <algorithm>
+
+#include "capture/ascii_case.h"
+
+namespace qv::capture {
+
+namespace {
+
+struct Scheme {
+  std::string_view name;
+  std::string_view port;
+};
+
+constexpr Scheme kSchemes[] = {{"http", "80"}, {"https", "443"}, {"ws", "80"}, {"wss", "443"}};
+constexpr std::string_view kAfterScheme = "://";
+constexpr std::size_t kLongestPort = 5;
+// No address is longer in any form; what is comes from elsewhere.
+constexpr std::size_t kLongestAddress = 64;
+
+// The digits behind the last colon of "user@host:port" or "[address]:port"; empty without any.
+std::string_view portOf(std::string_view authority) {
+  const std::size_t colon = authority.rfind(':');
+  if (colon == std::string_view::npos) return {};
+  const std::string_view port = authority.substr(colon + 1);
+  const bool hasDigitsAlone = std::all_of(
+      port.begin(), port.end(), [](char letter) { return letter >= '0' && letter <= '9'; });
+  return hasDigitsAlone && port.size() <= kLongestPort ? port : std::string_view();
+}
+
+}  // namespace
+
+std::optional<HARURL> readHARURL(std::string_view url) {
+  url = url.substr(0, url.find('#'));
+  if (url.starts_with('/') || url == "*") return HARURL{std::string(url), {}};
+  const std::size_t colon = url.find(':');
+  if (colon == std::string_view::npos || !url.substr(colon).starts_with(kAfterScheme)) {
+    return std::nullopt;
+  }
+  const auto* scheme = std::find_if(
+      std::begin(kSchemes), std::end(kSchemes),
+      [&](const Scheme& row) { return equalsIgnoringCase(row.name, url.substr(0, colon)); });
+  if (scheme == std::end(kSchemes)) return std::nullopt;
+  const std::string_view rest = url.substr(colon + kAfterScheme.size());
+  const std::size_t authorityEnd = std::min(rest.find_first_of("/?"), rest.size());
+  std::string target(rest.substr(authorityEnd));
+  if (!target.starts_with('/')) target.insert(0, "/");
+  const std::string_view port = portOf(rest.substr(0, authorityEnd));
+  return HARURL{std::move(target), port.empty() ? scheme->port : port};
+}
+
+std::string serverText(std::string_view address, const HARURL& url) {
+  if (address.empty() || address.size() > kLongestAddress) return {};
+  std::string text(address);
+  if (address.find(':') != std::string_view::npos && !address.starts_with('[')) {
+    text = '[' + text + ']';
+  }
+  if (!url.port.empty()) text.append(":").append(url.port);
+  return text;
+}
+
+}  // namespace qv::capture

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qv::capture {
+
+struct HARURL {
+  std::string target;     // origin-form (RFC 9112, section 3.2.1), or "*"; escapes as they are
+  std::string_view port;  // as digits, the scheme's own where the URL names none; may be empty
+};
+
+// Reads an absolute URL of HTTP or of a WebSocket, or what already is a target. Null for anything
+// else ("data:", "blob:"): it never was in a start line.
+std::optional<HARURL> readHARURL(std::string_view url);
+
+// "192.0.2.7:51826", "[2001:db8::7]:51826"; without a port when the URL says nothing about it.
+// Empty without an address.
+std::string serverText(std::string_view address, const HARURL& url);
+
+}  // namespace qv::capture
