@@ -9,9 +9,10 @@
 namespace qv {
 
 // Goes through a tree in the order in which it was read, with the JSON Pointer of where it stands
-// and the raw value there. `Visitor` has `enters(object)`, whether the parts of an object are of
-// interest, `object(object, pointer, value)`, and `entry(object, entry, error, pointer)` for each
-// journal entry, and `full()`, which ends the walk.
+// and the raw value there. `Visitor` has `visits(object)`, whether an object below the root is of
+// interest at all, `enters(object)`, whether its parts are, `object(object, pointer, value)`, and
+// `entry(object, entry, error, pointer)` for each journal entry, and `full()`, which ends the walk.
+// Without `kShowsValues` the raw values below the root are left out.
 class QVIPJSONTreeWalk {
  public:
   template <class Visitor>
@@ -54,26 +55,29 @@ class QVIPJSONTreeWalk {
       return;
     }
     const QVIPJSONJournal::Entry& entry = journal[frame.entry];
-    const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
     const QVIPJSONJournal::Detail* detail = journal.detailOf(entry);
     if (frame.child == 0) visitor.entry(*frame.object, entry, journal.errorOf(entry), pointer_);
+    const auto* one = std::get_if<std::shared_ptr<QVIPJSONObject>>(detail);
+    const auto* many = std::get_if<QVIPJSONChildren>(detail);
     const QVIPJSONObject* child = nullptr;
-    std::optional<Value> value = rawValue(*frame.object, key);
-    appendJSONPointerKey(pointer_, key.text());
-    if (const auto* one = std::get_if<std::shared_ptr<QVIPJSONObject>>(detail)) {
-      if (frame.child == 0) child = one->get();
-    } else if (const auto* many = std::get_if<QVIPJSONChildren>(detail)) {
+    if (one != nullptr) {
+      if (frame.child == 0 && *one != nullptr && visitor.visits(**one)) child = one->get();
+    } else if (many != nullptr) {
       while (frame.child < many->size() && !visitor.visits(*(*many)[frame.child])) ++frame.child;
-      if (frame.child < many->size()) {
-        child = (*many)[frame.child].get();
-        appendJSONPointerIndex(pointer_, frame.child);
-        if (value) value = value->at(frame.child);
-      }
+      if (frame.child < many->size()) child = (*many)[frame.child].get();
     }
     if (child == nullptr) {
       ++frame.entry;
       frame.child = 0;
       return;
+    }
+    const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
+    std::optional<Value> value;
+    if (Visitor::kShowsValues) value = rawValue(*frame.object, key);
+    appendJSONPointerKey(pointer_, key.text());
+    if (many != nullptr) {
+      appendJSONPointerIndex(pointer_, frame.child);
+      if (value) value = value->at(frame.child);
     }
     ++frame.child;
     enter(*child, value, visitor);  // the frame may move
@@ -93,6 +97,7 @@ std::string shown(const std::optional<Value>& value) {
 
 class FaultCollector {
  public:
+  static constexpr bool kShowsValues = true;
   explicit FaultCollector(std::size_t limit) : limit_(limit) {}
   std::vector<QVIPJSONFault> take() { return std::move(faults_); }
 
@@ -143,17 +148,21 @@ class FaultCollector {
 
 class UnreadKeyCollector {
  public:
+  static constexpr bool kShowsValues = false;
   explicit UnreadKeyCollector(std::size_t limit) : limit_(limit) {}
   std::vector<JSONKeyPlace> take() { return std::move(places_); }
 
   bool full() const { return places_.size() >= limit_; }
   static bool enters(const QVIPJSONObject&) { return true; }
-  static bool visits(const QVIPJSONObject&) { return true; }
+  // A text or number has no keys, and most objects of a database are such.
+  static bool visits(const QVIPJSONObject& object) {
+    return object.jsonObject() && object.jsonObject()->isDictionary();
+  }
 
   void object(const QVIPJSONObject& object, const std::string& pointer,
               const std::optional<Value>&) {
+    if (!visits(object)) return;
     const std::optional<Value>& value = object.jsonObject();
-    if (!value || !value->isDictionary()) return;
     for (std::size_t i = 0; i < value->count() && !full(); ++i) {
       const std::string_view key = value->keyAt(i);
       if (QVIPJSONTreeWalk::names(object, key)) continue;

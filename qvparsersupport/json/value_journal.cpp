@@ -102,8 +102,11 @@ const std::string* QVIPJSONJournal::Faults::of(std::ptrdiff_t entry) const {
 
 bool QVIPJSONJournal::names(std::string_view key) const {
   if (reads() == nullptr) return false;
-  return std::ranges::any_of(std::span(reads()->entries(), reads()->size),
-                             [key](const Entry& entry) { return entry.key == key; });
+  // The lengths of the entries' keys are not known, so few are looked at beyond the first letter.
+  return std::ranges::any_of(
+      std::span(reads()->entries(), reads()->size), [key](const Entry& entry) {
+        return (key.empty() || *entry.key == key.front()) && entry.key == key;
+      });
 }
 
 }  // namespace qv
