@@ -68,8 +68,6 @@ class QV_EXPORT CaptureReader {
   virtual std::string_view format() const = 0;
   // Of what was read so far; final at the end.
   virtual Fidelity fidelity() const = 0;
-  // Of the input as it is stored, compressed if it is.
-  virtual std::uint64_t bytesRead() const = 0;
   // Why reading stopped before the end (a device error, an input that is not of the form at all);
   // null as long as nothing went wrong. What was read before counts.
   virtual std::optional<std::string> error() const { return std::nullopt; }

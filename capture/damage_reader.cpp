@@ -26,7 +26,7 @@ std::string damageText(DamageKind kind, std::uint64_t length) {
     case DamageKind::looksLikeTLS:
       return fmt::format("{} bytes that look like TLS", length);
     case DamageKind::behindGap:
-      return fmt::format("{} byte{} of a message that begins in the gap before", length,
+      return fmt::format("{} byte{} of a message whose beginning is not in the capture", length,
                          length == 1 ? "" : "s");
     case DamageKind::emptyLines:
       return fmt::format("{} byte{} of empty lines after the last message", length,

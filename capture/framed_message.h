@@ -122,7 +122,7 @@ enum class DamageKind : std::uint8_t {
   noMessage,
   looksLikeTLS,
   emptyLines,
-  behindGap,  // the rest of what is lost in the gap before
+  behindGap,  // the rest of a message whose beginning is not in the capture
 };
 
 // Bytes that were skipped because no message begins there.

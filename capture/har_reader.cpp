@@ -82,7 +82,7 @@ class HARReader : public CaptureReader {
 
   std::string_view format() const override { return "har"; }
   Fidelity fidelity() const override { return fidelity_; }
-  std::uint64_t bytesRead() const override { return bytesRead_; }
+
   std::optional<std::string> error() const override { return error_; }
 
  private:

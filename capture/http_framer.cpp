@@ -28,6 +28,13 @@ class HTTPFramer::Impl {
   Impl(Direction direction, FramingLimits limits)
       : direction_(direction), limits_(limits), search_(direction), damage_(direction) {}
 
+  void beginInMidstream(std::uint64_t offset) {
+    window_.jump(offset);
+    itemOffset_ = offset;
+    isBehindGap_ = true;
+    enterDamage();
+  }
+
   Direction direction() const { return direction_; }
   void feed(ByteView bytes) {
     if (finished_ || bytes.empty()) return;
@@ -108,6 +115,7 @@ class HTTPFramer::Impl {
   Progress betweenMessages();
   Progress enterDamage();
   Progress skipDamage();
+  bool beginsMidWord() const;
   Progress deliver(StreamItem item);
 
   // Bytes that are missing come when all before them were looked at.
@@ -142,8 +150,9 @@ class HTTPFramer::Impl {
   FramingLimits limits_;
   StreamWindow window_;
   bool finished_ = false;
-  bool settled_ = false;   // nothing follows that belongs to what was fed
-  std::uint64_t gap_ = 0;  // bytes that are missing behind the window
+  bool isBehindGap_ = false;  // the item under construction begins there
+  bool settled_ = false;      // nothing follows that belongs to what was fed
+  std::uint64_t gap_ = 0;     // bytes that are missing behind the window
   State state_ = State::betweenMessages;
   std::uint64_t itemOffset_ = 0;  // where the item under construction begins
   std::optional<StreamItem> item_;
@@ -178,17 +187,31 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::betweenMessages() {
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::enterDamage() {
-  damage_ = DamageReader(direction_);
+  damage_ =
+      isBehindGap_ ? DamageReader(direction_, DamageKind::behindGap) : DamageReader(direction_);
   return proceed(State::damage);
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::skipDamage() {
   if (!damage_.skip(window_, isAtEnd())) return Progress::needsInput;
+  if (beginsMidWord()) {
+    const ByteView bytes = window_.view();
+    const auto blank = std::find(bytes.begin(), bytes.end(), ' ');
+    window_.consume(static_cast<std::size_t>(blank - bytes.begin()));
+    return enterDamage();
+  }
   if (window_.offset() == itemOffset_) return proceed(State::betweenMessages);
   return deliver(damage_.damage(itemOffset_, window_.offset()));
 }
 
+// Behind a gap "OST /pairings HTTP/1.1" is what is left of another method.
+bool HTTPFramer::Impl::beginsMidWord() const {
+  return direction_ == Direction::toAccessory && isBehindGap_ && !window_.empty() &&
+         window_.offset() == itemOffset_ && !knownMethodAt(window_.view());
+}
+
 HTTPFramer::Impl::Progress HTTPFramer::Impl::deliver(StreamItem item) {
+  isBehindGap_ = false;
   item_ = std::move(item);
   itemOffset_ = window_.offset();
   state_ = State::betweenMessages;
@@ -389,8 +412,8 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverGap(bool mayHideMessages) {
   window_.jump(std::exchange(gap_, 0));
   if (mayHideMessages) {
     itemOffset_ = window_.offset();
-    damage_ = DamageReader(direction_, DamageKind::behindGap);
-    state_ = State::damage;
+    isBehindGap_ = true;
+    enterDamage();
   } else if (message_.complete()) {
     message_.completeness = Completeness::bytesMissing;
   }
@@ -418,6 +441,13 @@ HTTPFramer::HTTPFramer(Direction direction, FramingLimits limits)
 HTTPFramer::HTTPFramer(HTTPFramer&&) noexcept = default;
 HTTPFramer& HTTPFramer::operator=(HTTPFramer&&) noexcept = default;
 HTTPFramer::~HTTPFramer() = default;
+
+HTTPFramer HTTPFramer::inMidstream(Direction direction, std::uint64_t offset,
+                                   FramingLimits limits) {
+  HTTPFramer framer(direction, limits);
+  framer.impl_->beginInMidstream(offset);
+  return framer;
+}
 
 Direction HTTPFramer::direction() const {
   return impl_->direction();

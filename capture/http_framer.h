@@ -37,6 +37,10 @@ struct FramingLimits {
 class QV_EXPORT HTTPFramer {
  public:
   explicit HTTPFramer(Direction direction, FramingLimits limits = {});
+  // For a stream of which nothing before the offset is known: what it begins with may be the rest
+  // of a message.
+  static HTTPFramer inMidstream(Direction direction, std::uint64_t offset,
+                                FramingLimits limits = {});
   HTTPFramer(HTTPFramer&&) noexcept;
   HTTPFramer& operator=(HTTPFramer&&) noexcept;
   ~HTTPFramer();

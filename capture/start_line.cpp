@@ -77,6 +77,13 @@ StartLineCheck startLineAt(Direction direction, ByteView bytes) {
   return StartLineCheck::undecided;
 }
 
+bool knownMethodAt(ByteView bytes) {
+  const std::string_view text = textOf(bytes);
+  return std::any_of(std::begin(kMethods), std::end(kMethods), [&](std::string_view method) {
+    return text.starts_with(method) && text.substr(method.size()).starts_with(' ');
+  });
+}
+
 StartLineSearch::Result StartLineSearch::advance(ByteView bytes, bool atEnd) {
   return direction_ == Direction::toController ? advanceResponses(bytes, atEnd)
                                                : advanceRequests(bytes, atEnd);

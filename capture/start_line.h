@@ -20,6 +20,9 @@ enum class StartLineCheck : std::uint8_t { no, yes, undecided };
 // are too few bytes to tell.
 StartLineCheck startLineAt(Direction direction, ByteView bytes);
 
+// Whether a request with one of the usual methods begins with these bytes.
+bool knownMethodAt(ByteView bytes);
+
 // Searches for a start line where none is due. Stricter: "HTTP/1.x " or "EVENT/1.x " towards the
 // controller, "METHOD target HTTP/1.x" within one line towards the accessory.
 //

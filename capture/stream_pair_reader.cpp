@@ -27,10 +27,6 @@ std::optional<CaptureEvent> StreamPairReader::next() {
   return ConnectionClosed{1};
 }
 
-std::uint64_t StreamPairReader::bytesRead() const {
-  return (requests_ ? requests_->bytesRead() : 0) + (responses_ ? responses_->bytesRead() : 0);
-}
-
 std::optional<std::string> StreamPairReader::error() const {
   if (requests_ != nullptr && requests_->source().error()) return requests_->source().error();
   return responses_ != nullptr ? responses_->source().error() : std::nullopt;

@@ -26,7 +26,6 @@ class QV_EXPORT StreamPairReader : public CaptureReader {
   std::optional<ExchangeRecord> nextRecord();
   std::string_view format() const override { return "http"; }
   Fidelity fidelity() const override { return Fidelity::exact; }
-  std::uint64_t bytesRead() const override;
   std::optional<std::string> error() const override;
 
  private:

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <optional>
+
+#include "capture/capture_reader.h"
+#include "capture/exchange_pairing.h"
+#include "capture/http_framer.h"
+
+namespace qv::capture {
+
+// What one TCP connection says in HTTP: both directions framed, the exchanges paired.
+class HTTPConversation {
+ public:
+  using Emit = std::function<void(ExchangeRecord)>;
+
+  // `offsets` are where the streams towards the accessory and the controller begin.
+  HTTPConversation(std::uint64_t connection, bool partialStart,
+                   std::array<std::uint64_t, 2> offsets, FramingLimits limits, Emit emit);
+
+  // Bytes of a direction in order, with what their packet acknowledges of the other one.
+  void feed(Direction direction, ByteView bytes, CapturePlace place,
+            std::optional<std::int64_t> acknowledged);
+  void skip(Direction direction, std::uint64_t length, CapturePlace place);
+  void finish();
+
+ private:
+  // Where a stretch of a stream came from; it ends where the next one begins.
+  struct Mark {
+    std::uint64_t offset = 0;
+    CapturePlace place;
+    std::optional<std::int64_t> acknowledged;
+  };
+  struct Side {
+    HTTPFramer framer;
+    std::uint64_t position = 0;
+    std::deque<Mark> marks{};
+  };
+
+  Side& sideOf(Direction direction) { return sides_[static_cast<std::size_t>(direction)]; }
+  void drain(Direction direction);
+  void emitPaired();
+
+  std::array<Side, 2> sides_;
+  ExchangePairing pairing_;
+  Emit emit_;
+};
+
+}  // namespace qv::capture

@@ -1,0 +1,281 @@
+#include "capture/packet_capture_reader.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <deque>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "capture/accessory_side.h"
+#include "capture/http_conversation.h"
+#include "capture/packet_segments.h"
+#include "capture/tcp_connections.h"
+
+namespace qv::capture {
+namespace {
+
+// What is kept of each direction while it is not known which side is the accessory; older bytes
+// held no start line.
+constexpr std::size_t kMostUndecidedBytes = std::size_t{64} << 10;
+// Where nothing that looks like HTTP came in so many bytes, a connection is about something else.
+constexpr std::uint64_t kMostBytesWithoutHTTP = std::uint64_t{16} << 20;
+
+// A connection until it is known which side is the accessory: what was said so far.
+struct Undecided {
+  struct Piece {
+    bool fromFirst = false;
+    Bytes bytes;
+    std::uint64_t offset = 0;
+    std::uint64_t missing = 0;  // of a gap
+    CapturePlace place;
+    std::optional<std::int64_t> acknowledged;
+  };
+  AccessorySide side;
+  std::deque<Piece> pieces;
+  std::size_t held = 0;
+  std::uint64_t seen = 0;
+};
+
+struct Connection {
+  Endpoint first;
+  Endpoint second;
+  bool partialStart = false;
+  bool isPassedOver = false;
+  bool firstIsAccessory = false;
+  std::unique_ptr<Undecided> undecided;
+  std::unique_ptr<HTTPConversation> conversation;  // null until it is decided
+  std::uint64_t number = 0;                        // among those that are told of
+};
+
+class PacketCaptureReader : public CaptureReader {
+ public:
+  PacketCaptureReader(std::unique_ptr<PacketSegments> segments, std::optional<std::uint16_t> port,
+                      FramingLimits limits)
+      : segments_(std::move(segments)), port_(port), limits_(limits) {}
+
+  std::optional<CaptureEvent> next() override;
+  std::string_view format() const override { return segments_->format(); }
+  Fidelity fidelity() const override { return Fidelity::exact; }
+
+ private:
+  bool advance();
+  void handle(const TCPEvent& event);
+  void open(const TCPEvent& event);
+  void receive(Connection& connection, const TCPEvent& event);
+  void hold(Connection& connection, const TCPEvent& event);
+  void decide(Connection& connection, bool firstIsAccessory, bool partialStart);
+  void pass(Connection& connection, bool fromFirst, const Undecided::Piece& piece, ByteView bytes);
+  void note(const Connection& connection, const TCPEvent& event, InputNoteKind kind,
+            std::string text);
+  void close(std::uint64_t key);
+  void finish();
+
+  Direction directionOf(const Connection& connection, bool fromFirst) const {
+    return fromFirst == connection.firstIsAccessory ? Direction::toController
+                                                    : Direction::toAccessory;
+  }
+
+  std::unique_ptr<PacketSegments> segments_;
+  std::optional<std::uint16_t> port_;
+  FramingLimits limits_;
+  TCPConnections tcp_;
+  std::map<std::uint64_t, Connection> connections_;
+  std::deque<CaptureEvent> ready_;
+  std::uint64_t told_ = 0;
+  std::uint64_t passedOver_ = 0;
+  bool ended_ = false;
+};
+
+std::optional<CaptureEvent> PacketCaptureReader::next() {
+  while (ready_.empty() && advance()) {
+  }
+  if (ready_.empty()) return std::nullopt;
+  CaptureEvent event = std::move(ready_.front());
+  ready_.pop_front();
+  return event;
+}
+
+// False when everything was told.
+bool PacketCaptureReader::advance() {
+  if (const std::optional<TCPEvent> event = tcp_.next()) {
+    handle(*event);
+    return true;
+  }
+  if (ended_) return false;
+  if (const std::optional<TCPSegment> segment = segments_->next()) {
+    tcp_.add(*segment);
+  } else {
+    tcp_.finish();
+    while (const std::optional<TCPEvent> event = tcp_.next()) handle(*event);
+    finish();
+    ended_ = true;
+  }
+  while (std::optional<InputNote> note = segments_->nextNote()) ready_.push_back(*std::move(note));
+  return true;
+}
+
+void PacketCaptureReader::handle(const TCPEvent& event) {
+  if (event.kind == TCPEventKind::opened) {
+    open(event);
+    return;
+  }
+  const auto found = connections_.find(event.connection);
+  if (found == connections_.end()) return;
+  Connection& connection = found->second;
+  switch (event.kind) {
+    case TCPEventKind::opened:
+      break;
+    case TCPEventKind::bytes:
+    case TCPEventKind::gap:
+      receive(connection, event);
+      break;
+    case TCPEventKind::conflict:
+      note(connection, event, InputNoteKind::conflictingOverlap,
+           fmt::format("two copies of {} byte{} differ; the first one counts", event.length,
+                       event.length == 1 ? "" : "s"));
+      break;
+    case TCPEventKind::limited:
+      note(connection, event, InputNoteKind::reassemblyLimit,
+           "bytes were given up to keep memory within bounds");
+      break;
+    case TCPEventKind::closed:
+      close(event.connection);
+      break;
+  }
+}
+
+void PacketCaptureReader::open(const TCPEvent& event) {
+  Connection& connection = connections_[event.connection];
+  connection.first = event.first;
+  connection.second = event.second;
+  connection.partialStart = event.partialStart;
+  if (!port_ || (event.first.port == *port_ && event.second.port == *port_)) {
+    connection.undecided = std::make_unique<Undecided>();
+  } else if (event.first.port == *port_ || event.second.port == *port_) {
+    decide(connection, event.first.port == *port_, event.partialStart);
+  } else {
+    connection.isPassedOver = true;
+  }
+}
+
+void PacketCaptureReader::receive(Connection& connection, const TCPEvent& event) {
+  if (connection.isPassedOver) return;
+  if (connection.undecided != nullptr) {
+    hold(connection, event);
+    return;
+  }
+  Undecided::Piece piece;
+  piece.missing = event.kind == TCPEventKind::gap ? event.length : 0;
+  piece.place = event.place;
+  piece.acknowledged = event.acknowledged;
+  pass(connection, event.fromFirst, piece, event.bytes);
+}
+
+void PacketCaptureReader::pass(Connection& connection, bool fromFirst,
+                               const Undecided::Piece& piece, ByteView bytes) {
+  const Direction direction = directionOf(connection, fromFirst);
+  if (piece.missing > 0) {
+    connection.conversation->skip(direction, piece.missing, piece.place);
+  } else {
+    connection.conversation->feed(direction, bytes, piece.place, piece.acknowledged);
+  }
+}
+
+void PacketCaptureReader::hold(Connection& connection, const TCPEvent& event) {
+  Undecided& undecided = *connection.undecided;
+  Undecided::Piece piece;
+  piece.fromFirst = event.fromFirst;
+  piece.bytes.assign(event.bytes.begin(), event.bytes.end());
+  piece.offset = event.offset;
+  piece.missing = event.kind == TCPEventKind::gap ? event.length : 0;
+  piece.place = event.place;
+  piece.acknowledged = event.acknowledged;
+  undecided.held += piece.bytes.size();
+  undecided.seen += piece.bytes.size();
+  undecided.pieces.push_back(std::move(piece));
+  const AccessorySide::Answer answer = undecided.side.look(event.fromFirst, event.bytes);
+  while (undecided.held > kMostUndecidedBytes && undecided.pieces.size() > 1) {
+    undecided.held -= undecided.pieces.front().bytes.size();
+    undecided.pieces.pop_front();
+  }
+  if (answer != AccessorySide::Answer::unknown) {
+    decide(connection, answer == AccessorySide::Answer::first, connection.partialStart);
+  } else if (undecided.seen > kMostBytesWithoutHTTP) {
+    connection.undecided.reset();
+    connection.isPassedOver = true;
+    ++passedOver_;
+  }
+}
+
+void PacketCaptureReader::decide(Connection& connection, bool firstIsAccessory, bool partialStart) {
+  connection.firstIsAccessory = firstIsAccessory;
+  connection.number = ++told_;
+  const Endpoint& accessory = firstIsAccessory ? connection.first : connection.second;
+  const Endpoint& controller = firstIsAccessory ? connection.second : connection.first;
+  ready_.push_back(
+      ConnectionOpened{connection.number, controller.text(), accessory.text(), partialStart});
+
+  const std::unique_ptr<Undecided> undecided = std::move(connection.undecided);
+  // What was dropped meanwhile held no message.
+  std::array<std::uint64_t, 2> offsets{};
+  if (undecided != nullptr) {
+    for (auto piece = undecided->pieces.rbegin(); piece != undecided->pieces.rend(); ++piece) {
+      offsets[static_cast<std::size_t>(directionOf(connection, piece->fromFirst))] = piece->offset;
+    }
+  }
+  connection.conversation = std::make_unique<HTTPConversation>(
+      connection.number, partialStart, offsets, limits_,
+      [this](ExchangeRecord record) { ready_.emplace_back(std::move(record)); });
+  if (undecided == nullptr) return;
+  for (const Undecided::Piece& piece : undecided->pieces) {
+    pass(connection, piece.fromFirst, piece, piece.bytes);
+  }
+}
+
+void PacketCaptureReader::note(const Connection& connection, const TCPEvent& event,
+                               InputNoteKind kind, std::string text) {
+  if (connection.conversation == nullptr) return;
+  InputNote note{kind, std::move(text), event.offset, event.length, connection.number, {}, {}};
+  note.direction = directionOf(connection, event.fromFirst);
+  note.place = event.place;
+  ready_.emplace_back(std::move(note));
+}
+
+void PacketCaptureReader::close(std::uint64_t key) {
+  const auto found = connections_.find(key);
+  const Connection& connection = found->second;
+  if (connection.conversation != nullptr) {
+    connection.conversation->finish();
+    ready_.emplace_back(ConnectionClosed{connection.number});
+  } else if (connection.undecided != nullptr && connection.undecided->seen > 0) {
+    ++passedOver_;
+  }
+  connections_.erase(found);
+}
+
+void PacketCaptureReader::finish() {
+  if (passedOver_ == 0) return;
+  ready_.emplace_back(InputNote{InputNoteKind::connectionsSkipped,
+                                fmt::format("{} connection{} without HTTP left out", passedOver_,
+                                            passedOver_ == 1 ? "" : "s"),
+                                0,
+                                0,
+                                {},
+                                {},
+                                {}});
+}
+
+}  // namespace
+
+std::unique_ptr<CaptureReader> openPacketCapture(std::shared_ptr<ByteSource> source,
+                                                 std::optional<std::uint16_t> accessoryPort,
+                                                 FramingLimits limits, ErrorSlot errorDescription) {
+  auto segments = PacketSegments::open(std::move(source), errorDescription);
+  if (segments == nullptr) return nullptr;
+  return std::make_unique<PacketCaptureReader>(std::move(segments), accessoryPort, limits);
+}
+
+}  // namespace qv::capture

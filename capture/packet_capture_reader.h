@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "capture/byte_source.h"
+#include "capture/capture_reader.h"
+#include "capture/http_framer.h"
+#include "qvparsersupport/common/export.h"
+#include "qvparsersupport/common/failure.h"
+
+namespace qv::capture {
+
+// The HTTP messages on the TCP connections of a packet file, pcap or pcapng; connections are told
+// apart and followed whatever order their packets have in the file.
+//
+// Which side is the accessory: the one on `accessoryPort`, when that is given; connections without
+// it are passed over. Otherwise the side that sends responses or is sent requests; connections on
+// which neither was seen are passed over and counted in a note at the end.
+//
+// A message's place is the packet that holds its first byte; offsets count the bytes of the stream
+// of its direction from where the capture of it begins.
+//
+// Null, with a text, when the source does not begin like a packet file.
+QV_EXPORT std::unique_ptr<CaptureReader> openPacketCapture(
+    std::shared_ptr<ByteSource> source, std::optional<std::uint16_t> accessoryPort = std::nullopt,
+    FramingLimits limits = {}, ErrorSlot errorDescription = nullptr);
+
+}  // namespace qv::capture
