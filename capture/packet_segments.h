@@ -15,9 +15,12 @@
 namespace qv::capture {
 
 // The TCP segments of a packet file, pcap or pcapng, in the order of the file. Packets of other
-// kinds are passed over; fragments of IP packets are put together.
+// kinds are passed over; fragments of IP packets are put together. An error of the source ends the
+// file like its end; ask the source for it.
 class QV_EXPORT PacketSegments {
  public:
+  // True for bytes that begin like a packet file; four of them decide.
+  static bool recognises(ByteView beginning);
   // Null, with a text, when the source does not begin like a packet file.
   static std::unique_ptr<PacketSegments> open(std::shared_ptr<ByteSource> source,
                                               ErrorSlot errorDescription = nullptr);
