@@ -12,8 +12,8 @@
 namespace qv::capture {
 
 struct ReassemblyLimits {
-  // Bytes that wait for earlier ones, of one direction and of all together; what is over makes the
-  // oldest hole a gap.
+  // Bytes that wait for earlier ones, of one direction and of all together, each piece with 144 for
+  // its upkeep; what is over makes the oldest hole a gap.
   std::size_t waitingBytesPerDirection = std::size_t{4} << 20;
   std::size_t waitingBytes = std::size_t{16} << 20;
   // Connections that are followed at once; beyond, the one that was quiet longest is given up.
@@ -56,15 +56,34 @@ struct TCPEvent {
 //   connections.finish();                            // the capture ends here
 //   while (auto event = connections.next()) { ... }
 //
-// Of bytes that come twice the first copy counts. A hole is a gap as soon as the receiver has
-// acknowledged bytes behind it, when the connection or the capture ends, or when the limits say so;
-// until then it waits for a retransmission, however long. A connection whose beginning is not in
-// the capture is followed from its first packet on. A connection ends with its second FIN, a RST
-// that is in the window, a SYN that reuses its ports, or the end of the capture.
+// Order. Of bytes that come twice the first copy counts; a later one is compared with bytes that
+// still wait and with the last 64 KiB that a direction delivered, as long as it is among the 64
+// that delivered last. Keep-alive probes are no copies, bytes behind a FIN and those of a RST no
+// data. A sequence number is read as the nearest place; what is more than 1 GiB off is passed over,
+// and eight such packets in a row are a new connection.
 //
-// The bytes of every direction come out as if they had been captured in order: shuffled and
-// duplicated packets give the same bytes, as long as no acknowledgement overtakes what it confirms
-// by more than the packets that a new connection waits.
+// Beginnings. Without both SYNs the first packets of a connection wait, so that earlier ones may
+// still come: eight packets, 64 KiB, or one second of capture time (packets without a time take a
+// millisecond). Then each stream begins at the earliest place that its data named, or an
+// acknowledgement before them.
+//
+// Gaps. A hole waits for a retransmission, however long. It is a gap when the receiver acknowledged
+// bytes behind its start and 16 to 31 further packets of the connection went by, as far as was
+// acknowledged; or when the connection or the capture ends, or the limits say so. Of a direction of
+// which no SYN, data or FIN were captured nothing is missed. An acknowledgement that is more than
+// 1 MiB ahead of everything else counts as far as a second one confirms it.
+//
+// Ends. A connection ends when both streams were told up to their FINs; one second of capture time
+// or 16 packets after a RST that stands within 1 MiB of its stream; 60 seconds after both FINs;
+// with a SYN that reuses its ports (one that is not its own and stands 64 KiB or more from its
+// stream, or any once it has ended); at the end of the capture. The last 1024 that ended are
+// remembered, so that late packets of theirs are passed over.
+//
+// So shuffled and duplicated packets give the same bytes, as long as no packet is late by more than
+// the first packets wait, and no acknowledgement overtakes what it confirms by more than 16
+// packets.
+//
+// Memory: the waiting bytes, 4 MiB of recent ones, and about 500 bytes for each connection.
 class QV_EXPORT TCPConnections {
  public:
   explicit TCPConnections(ReassemblyLimits limits = {});
@@ -72,13 +91,13 @@ class QV_EXPORT TCPConnections {
   TCPConnections& operator=(TCPConnections&&) noexcept;
   ~TCPConnections();
 
-  // Copies what has to wait.
+  // Copies what has to wait; the payload of the segment must stay until the events were drained.
   void add(const TCPSegment& segment);
   void finish();
   // Null when more segments are needed or, after `finish`, when everything was told.
   std::optional<TCPEvent> next();
 
-  // Bytes held that wait for earlier ones.
+  // Heap bytes of what waits: for earlier bytes, or for the beginning to be clear.
   std::size_t waitingBytes() const;
 
  private:

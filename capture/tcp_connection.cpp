@@ -1,0 +1,224 @@
+#include "capture/tcp_connection.h"
+
+#include <algorithm>
+
+namespace qv::capture {
+
+namespace {
+
+constexpr std::int64_t kSynSlack = std::int64_t{1} << 16;
+
+std::uint32_t firstByteOf(const TCPSegment& segment) {
+  return segment.sequence + (segment.syn ? 1 : 0);
+}
+
+std::size_t lengthOf(const TCPSegment& segment) {
+  return std::max(segment.payloadLength, segment.payload.size());
+}
+
+}  // namespace
+
+TCPConnection::TCPConnection(std::uint64_t number, const Endpoint& side0, const Endpoint& side1,
+                             std::int64_t time)
+    : number_(number),
+      ends_{side0, side1},
+      settling_(std::make_unique<Settling>()),
+      begunAt_(time),
+      lastAt_(time) {}
+
+TCPConnection::Belonging TCPConnection::belonging(const TCPSegment& segment, unsigned side) {
+  const TCPStream& sender = streams_[side];
+  const TCPStream& receiver = streams_[1 - side];
+  const std::uint32_t first = firstByteOf(segment);
+  if (segment.rst) return stage_ == Stage::closed ? Belonging::stray : Belonging::here;
+  if (stage_ == Stage::closed) {
+    const bool known = segment.syn       ? sender.beginsAt(first)
+                       : sender.placed() ? sender.stands(first, TCPStream::kNear)
+                                         : !segment.ack || receiver.stands(segment.acknowledgement,
+                                                                           TCPStream::kNear);
+    return known ? Belonging::stray : Belonging::elsewhere;
+  }
+  if (segment.syn) {
+    if (!sender.placed() || sender.beginsAt(first)) return Belonging::here;
+    if (!sender.stands(first, kSynSlack)) return Belonging::elsewhere;
+    // Before it is settled, the stream may begin before the packet that came first.
+    const bool guessed = settling_ && !settling_->syn[side];
+    return guessed ? Belonging::here : Belonging::stray;
+  }
+  if (stage_ == Stage::settling || !sender.placed() || sender.positionOf(first)) {
+    strays_ = 0;
+    return Belonging::here;
+  }
+  return ++strays_ < kStraysToBegin ? Belonging::stray : Belonging::elsewhere;
+}
+
+void TCPConnection::add(const TCPSegment& segment, unsigned side, std::int64_t time,
+                        TCPReassembly& shared) {
+  if (stage_ == Stage::settling) {
+    wait(segment, side, shared);
+  } else {
+    process(segment, side, time, shared);
+  }
+  lastAt_ = time;
+}
+
+void TCPConnection::wait(const TCPSegment& segment, unsigned side, TCPReassembly& shared) {
+  Settling& settling = *settling_;
+  settling.packets.push_back(
+      {segment, side, Bytes(segment.payload.begin(), segment.payload.end())});
+  settling.bytes += segment.payload.size();
+  const std::size_t cost = sizeof(FirstPacket) + segment.payload.size();
+  settling.cost += cost;
+  shared.waitingBytes += cost;
+  // Only to tell later packets that belong here from those of another connection.
+  if (segment.syn || !streams_[side].placed()) streams_[side].place(firstByteOf(segment));
+  if (segment.ack && !streams_[1 - side].placed()) {
+    streams_[1 - side].place(segment.acknowledgement);
+  }
+  if (segment.syn) settling.syn[side] = true;
+  if ((settling.syn[0] && settling.syn[1]) || settling.packets.size() >= kSettlingPackets ||
+      settling.bytes >= kSettlingBytes) {
+    settle(shared);
+  }
+}
+
+void TCPConnection::settle(TCPReassembly& shared) {
+  const auto settling = std::move(settling_);
+  if (!settling) return;
+  settling_ = nullptr;
+  stage_ = Stage::open;
+  std::array<std::optional<std::uint32_t>, 2> beginnings;
+  for (unsigned side = 0; side < 2; ++side) beginnings[side] = settling->beginningOf(side);
+  for (unsigned side = 0; side < 2; ++side) {
+    streams_[side] = TCPStream();
+    if (beginnings[side]) streams_[side].place(*beginnings[side]);
+  }
+  firstSide_ = settling->sideThatOpened();
+  TCPEvent& opened =
+      output(firstSide_, settling->packets.front().segment.place, shared).add(TCPEventKind::opened);
+  opened.first = ends_[firstSide_];
+  opened.second = ends_[1 - firstSide_];
+  opened.partialStart = !settling->syn[0] && !settling->syn[1];
+  shared.waitingBytes -= settling->cost;
+  for (FirstPacket& packet : settling->packets) {
+    packet.segment.payload = packet.payload;
+    process(packet.segment, packet.side, lastAt_, shared);
+    shared.events.keep(std::move(packet.payload));
+  }
+}
+
+// The beginning of a stream is told by its SYN. Without one it is the earliest place that its data
+// name, or an acknowledgement that was captured before them.
+std::optional<std::uint32_t> TCPConnection::Settling::beginningOf(unsigned side) const {
+  std::optional<std::uint32_t> earliest;
+  std::optional<std::uint32_t> probe;
+  bool data = false;
+  const auto consider = [&](std::uint32_t sequence) {
+    if (!earliest) earliest = sequence;
+    const auto ahead = static_cast<std::int32_t>(sequence - *earliest);
+    if (ahead < 0 && ahead >= -TCPStream::kNear) earliest = sequence;
+  };
+  for (const FirstPacket& packet : packets) {
+    const TCPSegment& segment = packet.segment;
+    if (segment.rst) continue;
+    if (packet.side != side) {
+      if (segment.ack && !data) consider(segment.acknowledgement);
+    } else if (segment.syn) {
+      return firstByteOf(segment);
+    } else if (lengthOf(segment) == 1 && !packet.payload.empty() && packet.payload[0] == 0) {
+      probe = segment.sequence;
+    } else if (lengthOf(segment) > 0 || segment.fin) {
+      consider(segment.sequence);
+      data = true;
+    }
+  }
+  // A byte of zero just before everything else is a keep-alive probe.
+  if (probe && (!earliest || *probe + 1 != *earliest)) consider(*probe);
+  return earliest;
+}
+
+unsigned TCPConnection::Settling::sideThatOpened() const {
+  for (const FirstPacket& packet : packets) {
+    if (packet.segment.syn && !packet.segment.rst) {
+      return packet.segment.ack ? 1 - packet.side : packet.side;
+    }
+  }
+  return packets.front().side;
+}
+
+void TCPConnection::process(const TCPSegment& segment, unsigned side, std::int64_t time,
+                            TCPReassembly& shared) {
+  if (stage_ == Stage::closed) return;
+  TCPStream& sender = streams_[side];
+  if (segment.rst) {
+    processReset(segment, side, time);
+  } else {
+    const auto acknowledged =
+        segment.ack ? streams_[1 - side].acknowledge(segment.acknowledgement) : std::nullopt;
+    const std::size_t length = lengthOf(segment);
+    const std::uint32_t first = firstByteOf(segment);
+    if (!sender.placed() && (segment.syn || segment.fin || length > 0)) sender.place(first);
+    const auto position = sender.placed() ? sender.positionOf(first) : std::nullopt;
+    if (position) {
+      if (segment.syn) sender.sawSYN();
+      if (length > 0) {
+        sender.receive(*position, segment.payload, length, time - lastAt_ > kPause, acknowledged,
+                       output(side, segment.place, shared));
+      }
+      if (segment.fin) sender.endAt(*position + static_cast<std::int64_t>(length));
+    }
+  }
+  if (++packets_ % kPacketsToAge == 0) {
+    for (const unsigned each : {firstSide_, 1 - firstSide_}) {
+      streams_[each].age(output(each, segment.place, shared));
+    }
+  }
+  endIfDone(segment.place, time, shared);
+}
+
+void TCPConnection::processReset(const TCPSegment& segment, unsigned side, std::int64_t time) {
+  if (lastPackets_ > 0) return;
+  const TCPStream& sender = streams_[side];
+  const TCPStream& receiver = streams_[1 - side];
+  // The answer to a SYN that is refused has no sequence number of its own.
+  const bool refusal = segment.ack && receiver.placed() &&
+                       receiver.stands(segment.acknowledgement, TCPStream::kNear) &&
+                       !sender.placed();
+  if (!refusal && sender.placed() && !sender.stands(segment.sequence, TCPStream::kNear)) return;
+  stage_ = Stage::ending;
+  closesAt_ = time + kTimeAfterReset;
+  lastPackets_ = kPacketsAfterReset;
+  endPlace_ = segment.place;
+}
+
+void TCPConnection::endIfDone(const CapturePlace& place, std::int64_t time, TCPReassembly& shared) {
+  if (stage_ == Stage::ending && lastPackets_ > 0) {
+    if (--lastPackets_ == 0) close(place, shared);
+    return;
+  }
+  if (!streams_[0].ends() || !streams_[1].ends()) return;
+  if (streams_[0].complete() && streams_[1].complete()) {
+    close(place, shared);
+  } else if (stage_ == Stage::open) {
+    stage_ = Stage::ending;
+    closesAt_ = time + kTimeAfterFINs;
+  }
+}
+
+void TCPConnection::giveUpHole(unsigned side, std::int64_t time, const CapturePlace& place,
+                               TCPReassembly& shared) {
+  streams_[side].giveUpHole(output(side, place, shared));
+  if (stage_ == Stage::open) endIfDone(place, time, shared);
+}
+
+void TCPConnection::close(const CapturePlace& place, TCPReassembly& shared) {
+  settle(shared);
+  if (stage_ == Stage::closed) return;
+  for (const unsigned side : {firstSide_, 1 - firstSide_}) {
+    streams_[side].close(output(side, place, shared));
+  }
+  output(firstSide_, endPlace_.number > 0 ? endPlace_ : place, shared).add(TCPEventKind::closed);
+  stage_ = Stage::closed;
+}
+
+}  // namespace qv::capture
