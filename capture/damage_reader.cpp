@@ -35,11 +35,11 @@ std::string damageText(DamageKind kind, std::uint64_t length) {
   return {};
 }
 
+}  // namespace
+
 Damage damageOf(DamageKind kind, std::uint64_t begin, std::uint64_t end, bool mayHideMessages) {
   return {kind, damageText(kind, end - begin), begin, end - begin, mayHideMessages};
 }
-
-}  // namespace
 
 bool DamageReader::skip(StreamWindow& window, bool atEnd) {
   if (!kind_) {

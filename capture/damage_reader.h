@@ -27,6 +27,8 @@ class DamageReader {
   bool mayHideMessages_ = false;
 };
 
+Damage damageOf(DamageKind kind, std::uint64_t begin, std::uint64_t end, bool mayHideMessages);
+
 // Empty lines that no message follows.
 Damage emptyLinesAtEnd(std::uint64_t begin, std::uint64_t end);
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "capture/unpaired_reasons.h"
+
 namespace qv::capture {
 namespace {
 
@@ -79,8 +81,7 @@ void ExchangePairing::addRequestItem(Held held) {
         OpenRequest{requestCount_++, request->beginOffset, held.acknowledged, request->endKnown});
     if (open_.size() > kMostOpenRequests) open_.pop_front();
   } else if (noteHole(held.record.item, requestHole_)) {
-    uncertainty_ = isMissing(held.record.item) ? "bytes missing from the capture may hide a request"
-                                               : "skipped bytes may hide a request";
+    uncertainty_ = isMissing(held.record.item) ? kRequestMissing : kRequestSkipped;
   }
   held.record.oldestOpenRequest = open_.empty() ? requestCount_ : open_.front().index;
   ready_.push_back(std::move(held.record));
@@ -121,13 +122,12 @@ void ExchangePairing::deliver(Held held) {
   const FramedMessage* message = record.message();
   if (message == nullptr) {
     if (noteHole(record.item, responseHole_)) {
-      uncertainty_ = isMissing(record.item) ? "bytes missing from the capture may hide a response"
-                                            : "skipped bytes may hide a response";
+      uncertainty_ = isMissing(record.item) ? kResponseMissing : kResponseSkipped;
     }
   } else {
     if (message->kind != MessageKind::event) pairResponse(held);
     if (!message->endKnown) {
-      uncertainty_ = "the end of an earlier response is not known";
+      uncertainty_ = kResponseEndUnknown;
       responseHole_ = Hole{message->beginOffset, message->endOffset};
     }
   }
@@ -139,14 +139,14 @@ void ExchangePairing::pairResponse(Held& held) {
   ExchangeRecord& record = held.record;
   const MessageKind kind = record.message()->kind;
   if (kind == MessageKind::unknown) {
-    record.unpairedReason = "the capture ends before its first word";
+    record.unpairedReason = kNoFirstWord;
     record.pairingUncertain = true;
     return;
   }
   const OpenRequest* request = nullptr;
   if (uncertainty_.empty()) {
     request = openRequestFor(held);
-    if (request == nullptr) record.unpairedReason = "the capture holds no request for it";
+    if (request == nullptr) record.unpairedReason = kNoRequest;
   } else if ((request = certainRequestFor(held)) != nullptr) {
     uncertainty_ = {};
   } else {
@@ -160,7 +160,7 @@ void ExchangePairing::pairResponse(Held& held) {
   record.answers = request->index;
   if (kind != MessageKind::response) return;
   if (!request->endKnown) {
-    uncertainty_ = "the end of an earlier request is not known";
+    uncertainty_ = kRequestEndUnknown;
     requestHole_ = Hole{request->begin, requestPosition_};
   }
   closeRequests(request->index + 1);

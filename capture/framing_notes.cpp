@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include <fmt/format.h>
+
 namespace qv::capture {
 
 void addNote(std::vector<FramingNote>& notes, FramingNoteKind kind, std::string_view text,
@@ -19,6 +21,12 @@ void noteBareLineEnd(FramedMessage& message, std::uint8_t byte, std::uint64_t of
     addNote(message.notes, FramingNoteKind::bareCarriageReturn, "line ended by a bare CR", offset,
             1);
   }
+}
+
+void noteLargerThanLimit(FramedMessage& message, std::uint64_t limit) {
+  addNote(message.notes, FramingNoteKind::largerThanLimit,
+          fmt::format("larger than the limit of {} bytes", limit), message.headerOffset,
+          message.endOffset - message.headerOffset);
 }
 
 }  // namespace qv::capture

@@ -16,4 +16,6 @@ void addNote(std::vector<FramingNote>& notes, FramingNoteKind kind, std::string_
 // Notes a line end of one byte, LF or CR.
 void noteBareLineEnd(FramedMessage& message, std::uint8_t byte, std::uint64_t offset);
 
+void noteLargerThanLimit(FramedMessage& message, std::uint64_t limit);
+
 }  // namespace qv::capture

@@ -4,8 +4,6 @@
 #include <string_view>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "capture/body_plan.h"
 #include "capture/chunked_reader.h"
 #include "capture/damage_reader.h"
@@ -369,9 +367,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverMessage() {
     }
   }
   if (message_.completeness == Completeness::tooLarge) {
-    note(FramingNoteKind::largerThanLimit,
-         fmt::format("larger than the limit of {} bytes", limits_.messageBytes),
-         message_.headerOffset, message_.endOffset - message_.headerOffset);
+    noteLargerThanLimit(message_, limits_.messageBytes);
   }
   return deliver(std::exchange(message_, FramedMessage()));
 }

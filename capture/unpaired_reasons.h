@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string_view>
+
+// Why a response answers no known request.
+namespace qv::capture {
+
+inline constexpr std::string_view kNoRequest = "the capture holds no request for it";
+inline constexpr std::string_view kNoFirstWord = "the capture ends before its first word";
+inline constexpr std::string_view kRequestSkipped = "skipped bytes may hide a request";
+inline constexpr std::string_view kResponseSkipped = "skipped bytes may hide a response";
+inline constexpr std::string_view kRequestMissing =
+    "bytes missing from the capture may hide a request";
+inline constexpr std::string_view kResponseMissing =
+    "bytes missing from the capture may hide a response";
+inline constexpr std::string_view kRequestEndUnknown = "the end of an earlier request is not known";
+inline constexpr std::string_view kResponseEndUnknown =
+    "the end of an earlier response is not known";
+// Of a capture that was made of another one.
+inline constexpr std::string_view kToldUncertain =
+    "it was not known what it answers when the capture was written";
+
+inline constexpr std::string_view kUnpairedReasons[] = {
+    kNoRequest,       kNoFirstWord,       kRequestSkipped,     kResponseSkipped, kRequestMissing,
+    kResponseMissing, kRequestEndUnknown, kResponseEndUnknown, kToldUncertain,
+};
+
+}  // namespace qv::capture
