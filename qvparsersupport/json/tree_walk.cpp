@@ -45,42 +45,46 @@ class QVIPJSONTreeWalk {
     if (visitor.enters(object)) frames_.push_back({&object, pointer_.size()});
   }
 
+  // To the next child of the object that was entered last, or out of it.
   template <class Visitor>
   void step(Visitor& visitor) {
     Frame& frame = frames_.back();
     pointer_.resize(frame.pointerLength);
     const QVIPJSONJournal& journal = frame.object->journal_;
-    if (frame.entry == journal.size()) {
-      frames_.pop_back();
+    for (; frame.entry < journal.size() && !visitor.full(); ++frame.entry, frame.child = 0) {
+      const QVIPJSONJournal::Entry& entry = journal[frame.entry];
+      if (frame.child == 0) visitor.entry(*frame.object, entry, journal.errorOf(entry), pointer_);
+      const QVIPJSONJournal::Detail* detail = journal.detailOf(entry);
+      if (detail == nullptr) continue;
+      const auto* many = std::get_if<QVIPJSONChildren>(detail);
+      const QVIPJSONObject* child = nextChild(*detail, frame.child, visitor);
+      if (child == nullptr) continue;
+      const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
+      std::optional<Value> value;
+      if (Visitor::kShowsValues) value = rawValue(*frame.object, key);
+      appendJSONPointerKey(pointer_, key.text());
+      if (many != nullptr) {
+        appendJSONPointerIndex(pointer_, frame.child);
+        if (value) value = value->at(frame.child);
+      }
+      ++frame.child;
+      enter(*child, value, visitor);  // the frame may move
       return;
     }
-    const QVIPJSONJournal::Entry& entry = journal[frame.entry];
-    const QVIPJSONJournal::Detail* detail = journal.detailOf(entry);
-    if (frame.child == 0) visitor.entry(*frame.object, entry, journal.errorOf(entry), pointer_);
-    const auto* one = std::get_if<std::shared_ptr<QVIPJSONObject>>(detail);
-    const auto* many = std::get_if<QVIPJSONChildren>(detail);
-    const QVIPJSONObject* child = nullptr;
-    if (one != nullptr) {
-      if (frame.child == 0 && *one != nullptr && visitor.visits(**one)) child = one->get();
-    } else if (many != nullptr) {
-      while (frame.child < many->size() && !visitor.visits(*(*many)[frame.child])) ++frame.child;
-      if (frame.child < many->size()) child = (*many)[frame.child].get();
+    frames_.pop_back();
+  }
+
+  // The first child of an entry from `at` on that is of interest; null when there is none.
+  template <class Visitor>
+  static const QVIPJSONObject* nextChild(const QVIPJSONJournal::Detail& detail, std::size_t& at,
+                                         const Visitor& visitor) {
+    if (const auto* one = std::get_if<std::shared_ptr<QVIPJSONObject>>(&detail)) {
+      return at == 0 && *one != nullptr && visitor.visits(**one) ? one->get() : nullptr;
     }
-    if (child == nullptr) {
-      ++frame.entry;
-      frame.child = 0;
-      return;
-    }
-    const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
-    std::optional<Value> value;
-    if (Visitor::kShowsValues) value = rawValue(*frame.object, key);
-    appendJSONPointerKey(pointer_, key.text());
-    if (many != nullptr) {
-      appendJSONPointerIndex(pointer_, frame.child);
-      if (value) value = value->at(frame.child);
-    }
-    ++frame.child;
-    enter(*child, value, visitor);  // the frame may move
+    const auto* many = std::get_if<QVIPJSONChildren>(&detail);
+    if (many == nullptr) return nullptr;
+    while (at < many->size() && !visitor.visits(*(*many)[at])) ++at;
+    return at < many->size() ? (*many)[at].get() : nullptr;
   }
 
   std::string pointer_;

@@ -46,7 +46,7 @@ void TextReport::profile(const ProfileRecord& record) {
 
 // The message's text, where no finding of its block said it.
 void TextReport::closeBlock() {
-  if (messageText_ && messageLine_.empty() && !style_.quiet) {
+  if (messageText_ && !headingDue_ && !style_.quiet) {
     out_ << "  message text: " << escaped(*messageText_) << '\n';
   }
   messageText_.reset();
@@ -55,8 +55,8 @@ void TextReport::closeBlock() {
 void TextReport::message(const MessageRecord& record) {
   closeBlock();
   messageText_ = record.errorDescription;
-  messageOffset_ = record.offset;
-  messageLine_ = headingOf(record);
+  message_ = record;
+  headingDue_ = true;
 }
 
 void TextReport::finding(const Finding& record) {
@@ -68,16 +68,16 @@ void TextReport::finding(const Finding& record) {
   const bool ownsBlock = !record.message;
   if (ownsBlock) closeBlock();
   if (!record.fromTool && messageText_ == record.text) messageText_.reset();
-  if (ownsBlock || !messageLine_.empty()) {
+  if (ownsBlock || headingDue_) {
     if (wroteBlock_) out_ << '\n';
     wroteBlock_ = true;
     if (ownsBlock) {
       out_ << ink_(Shade::bold, place(record.location) + ":") << ' ' << severityAndRule(record)
            << ": " << escaped(record.text) << '\n';
     } else {
-      out_ << ink_(Shade::bold, messageLine_) << '\n';
+      out_ << ink_(Shade::bold, headingOf(message_)) << '\n';
     }
-    messageLine_.clear();
+    headingDue_ = false;
   }
   if (!ownsBlock) out_ << "  " << severityAndRule(record) << ": " << escaped(record.text) << '\n';
   details(record);
@@ -107,7 +107,7 @@ void TextReport::details(const Finding& record) {
   }
   if (!record.markup.empty()) out_ << kIndent << escaped(record.markup) << '\n';
   if (!record.excerpt && record.message && record.location.byteOffset &&
-      record.location.byteOffset != messageOffset_) {
+      record.location.byteOffset != message_.offset) {
     out_ << kIndent << "at byte " << *record.location.byteOffset << '\n';
   }
   if (record.excerpt && !isShown) {

@@ -47,10 +47,10 @@ class TextReport : public ReportSink {
   std::ostream& out_;
   Style style_;
   Ink ink_;
-  std::string messageLine_;  // of the last message, until its first finding prints it
+  MessageRecord message_;    // the last one; few need a heading, so it is made when it is printed
+  bool headingDue_ = false;  // until its first finding prints it
   std::optional<std::string> messageText_;  // its error description, until a finding says the same
   std::optional<PlaceShown> placeShown_;    // by the finding before
-  std::size_t messageOffset_ = 0;
   bool wroteBlock_ = false;
 };
 
