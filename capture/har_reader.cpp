@@ -122,12 +122,13 @@ class HARReader : public CaptureReader {
     request.connection = connection.number;
     request.place = {number, entry.requestTimeNs};
     request.direction = Direction::toAccessory;
-    request.requestIndex = connection.requests++;
+    request.requestIndex = request.oldestOpenRequest = connection.requests++;
     ExchangeRecord response;
     response.connection = connection.number;
     response.place = {number, entry.responseTimeNs};
     response.direction = Direction::toController;
     response.answers = request.requestIndex;
+    response.oldestOpenRequest = connection.requests;
     deliver(std::move(request), std::move(entry.request));
     if (entry.response) deliver(std::move(response), std::move(*entry.response));
   }

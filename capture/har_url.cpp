@@ -1,5 +1,7 @@
 #include "capture/har_url.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "capture/ascii_case.h"
@@ -44,20 +46,18 @@ std::optional<HARURL> readHARURL(std::string_view url) {
   if (scheme == std::end(kSchemes)) return std::nullopt;
   const std::string_view rest = url.substr(colon + kAfterScheme.size());
   const std::size_t authorityEnd = std::min(rest.find_first_of("/?"), rest.size());
-  std::string target(rest.substr(authorityEnd));
-  if (!target.starts_with('/')) target.insert(0, "/");
+  const std::string_view path = rest.substr(authorityEnd);
+  std::string target = path.starts_with('/') ? "" : "/";
+  target += path;
   const std::string_view port = portOf(rest.substr(0, authorityEnd));
   return HARURL{std::move(target), port.empty() ? scheme->port : port};
 }
 
 std::string serverText(std::string_view address, const HARURL& url) {
   if (address.empty() || address.size() > kLongestAddress) return {};
-  std::string text(address);
-  if (address.find(':') != std::string_view::npos && !address.starts_with('[')) {
-    text = '[' + text + ']';
-  }
-  if (!url.port.empty()) text.append(":").append(url.port);
-  return text;
+  const bool isBare = address.find(':') != std::string_view::npos && !address.starts_with('[');
+  return fmt::format("{}{}{}{}{}", isBare ? "[" : "", address, isBare ? "]" : "",
+                     url.port.empty() ? "" : ":", url.port);
 }
 
 }  // namespace qv::capture
