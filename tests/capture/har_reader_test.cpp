@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "capture/iso_time.h"
+#include "capture/stream_pair_reader.h"
 #include "tests/capture/event_dump.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
@@ -110,6 +112,37 @@ TEST(HARReader, RemembersABoundedNumberOfConnections) {
   EXPECT_NE(report.find("\nclosed 1\nconnection 1001 \n1001.0 place 1001 "), std::string::npos);
   EXPECT_NE(report.find("\nclosed 201\nconnection 1201 \n1201.0 place 1201 "), std::string::npos);
   EXPECT_NE(report.find("\nclosed 1500\n"), std::string::npos);
+}
+
+// Header and body of each message of the connection, event notifications left out.
+std::vector<std::string> messagesOf(CaptureReader& reader, std::uint64_t connection) {
+  std::vector<std::string> messages;
+  while (const auto event = reader.next()) {
+    const auto* record = std::get_if<ExchangeRecord>(&*event);
+    if (record == nullptr || record->connection != connection) continue;
+    const FramedMessage* message = record->message();
+    if (message == nullptr || message->kind == MessageKind::event) continue;
+    messages.push_back(std::string(textOf(message->header)) +
+                       completenessText(message->completeness));
+    if (message->body) messages.back() += textOf(*message->body);
+  }
+  return messages;
+}
+
+TEST(HARReader, GivesTheMessagesThatTheArchiveWasMadeFrom) {
+  const std::string folder = QV_SOURCE_DIR "/examples/captures/";
+  std::uint64_t connection = 0;
+  for (const char* name : {"household-clean", "household-access-faulty"}) {
+    const auto items = [&](const char* ending, Direction direction) {
+      return std::make_shared<ByteStreamItems>(FileSource::open(folder + name + ending), direction);
+    };
+    StreamPairReader streams(items(".req", Direction::toAccessory),
+                             items(".rsp", Direction::toController));
+    const auto archive = openHAR(FileSource::open(folder + "household.har"));
+    const auto messages = messagesOf(streams, 1);
+    EXPECT_GE(messages.size(), 30U);
+    EXPECT_EQ(messagesOf(*archive, ++connection), messages);
+  }
 }
 
 TEST(TimeFromISO8601, CountsFromTheEpoch) {
