@@ -64,7 +64,7 @@ class HARReader : public CaptureReader {
       : source_(std::move(source)),
         limits_(limits),
         scanner_(limits.messageBytes),
-        piece_(kPieceSize) {}
+        piece_(std::make_unique_for_overwrite<std::uint8_t[]>(kPieceSize)) {}
 
   std::optional<CaptureEvent> next() override {
     while (events_.empty() && !ended_) {
@@ -95,9 +95,9 @@ class HARReader : public CaptureReader {
   bool readPiece() {
     const bool goesOn = scanner_.state() == State::open || scanner_.state() == State::closed;
     if (!goesOn) return false;
-    const std::size_t count = source_->read(piece_);
+    const std::size_t count = source_->read({piece_.get(), kPieceSize});
     bytesRead_ += count;
-    scanner_.feed(ByteView(piece_).first(count));
+    scanner_.feed({piece_.get(), count});
     return count > 0;
   }
 
@@ -202,7 +202,7 @@ class HARReader : public CaptureReader {
   std::shared_ptr<ByteSource> source_;
   FramingLimits limits_;
   JSONEntryScanner scanner_;
-  Bytes piece_;
+  std::unique_ptr<std::uint8_t[]> piece_;
   NamedConnections connections_;
   std::deque<CaptureEvent> events_;  // of the last entry, or of the end
   std::uint64_t entryCount_ = 0;
