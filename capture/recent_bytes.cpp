@@ -30,23 +30,32 @@ void extend(std::optional<StreamStretch>& stretch, const std::optional<StreamStr
   stretch->end = std::max(stretch->end, by->end);
 }
 
-std::uint32_t RecentBytes::slotFor(std::uint64_t stream) {
-  const auto quietest = std::ranges::min_element(slots_, {}, &Slot::used);
-  if (slots_.size() < kSlots && (quietest == slots_.end() || quietest->stream != 0)) {
-    slots_.push_back(
-        {.ring = std::make_unique_for_overwrite<std::uint8_t[]>(kWindow), .stream = stream});
-    return static_cast<std::uint32_t>(slots_.size() - 1);
+std::optional<std::uint32_t> RecentBytes::slotFor(std::uint64_t stream) {
+  if (uses_ < nextSearch_) return std::nullopt;
+  auto slot = std::ranges::min_element(slots_, {}, &Slot::used);
+  if (slots_.size() < kSlots && (slot == slots_.end() || slot->stream != 0)) {
+    slot = slots_.insert(slots_.end(), Slot{});
+    slot->ring = std::make_unique_for_overwrite<std::uint8_t[]>(kWindow);
+  } else if (slot->stream != 0 && uses_ - slot->used < kQuiet) {
+    // Searching again and again would cost more than what it finds is worth.
+    nextSearch_ = uses_ + kSlots;
+    return std::nullopt;
   }
-  quietest->stream = stream;
-  quietest->begin = quietest->end = 0;
-  return static_cast<std::uint32_t>(quietest - slots_.begin());
+  slot->stream = stream;
+  slot->begin = slot->end = 0;
+  return static_cast<std::uint32_t>(slot - slots_.begin());
 }
 
 void RecentBytes::append(std::uint32_t& slot, std::uint64_t stream, std::int64_t position,
                          ByteView bytes) {
-  if (slot >= slots_.size() || slots_[slot].stream != stream) slot = slotFor(stream);
+  ++uses_;
+  if (slot >= slots_.size() || slots_[slot].stream != stream) {
+    const auto found = slotFor(stream);
+    if (!found) return;
+    slot = *found;
+  }
   Slot& mine = slots_[slot];
-  mine.used = ++uses_;
+  mine.used = uses_;
   if (mine.end != position) mine.begin = position;
   mine.end = position + static_cast<std::int64_t>(bytes.size());
   mine.begin = std::max(mine.begin, mine.end - static_cast<std::int64_t>(kWindow));
@@ -78,6 +87,7 @@ void RecentBytes::release(std::uint32_t slot, std::uint64_t stream) {
   if (slot >= slots_.size() || slots_[slot].stream != stream) return;
   slots_[slot].stream = 0;
   slots_[slot].used = 0;
+  nextSearch_ = 0;
 }
 
 }  // namespace qv::capture

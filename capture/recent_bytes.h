@@ -30,6 +30,8 @@ class RecentBytes {
  public:
   static constexpr std::size_t kWindow = std::size_t{1} << 16;
   static constexpr std::size_t kSlots = 64;
+  // What "a while" is, in deliveries of all streams.
+  static constexpr std::uint64_t kQuiet = 1024;
 
   void append(std::uint32_t& slot, std::uint64_t stream, std::int64_t position, ByteView bytes);
   // Compares with what is still held of these bytes.
@@ -45,10 +47,12 @@ class RecentBytes {
     std::int64_t begin = 0;
     std::int64_t end = 0;
   };
-  std::uint32_t slotFor(std::uint64_t stream);
+  // Null when all slots are in use.
+  std::optional<std::uint32_t> slotFor(std::uint64_t stream);
 
   std::vector<Slot> slots_;
   std::uint64_t uses_ = 0;
+  std::uint64_t nextSearch_ = 0;  // not before so many uses
 };
 
 }  // namespace qv::capture

@@ -6,7 +6,6 @@
 #include <functional>
 #include <list>
 #include <map>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -21,34 +20,37 @@ namespace {
 class ConnectionKey {
  public:
   explicit ConnectionKey(const TCPSegment& segment) {
-    write(segment.source, 0);
-    write(segment.destination, kEndSize);
-    if (std::memcmp(bytes_.data(), bytes_.data() + kEndSize, kEndSize) <= 0) return;
-    std::swap_ranges(bytes_.begin(), bytes_.begin() + kEndSize, bytes_.begin() + kEndSize);
-    senderSide_ = 1;
+    const End source = endOf(segment.source);
+    const End destination = endOf(segment.destination);
+    senderSide_ = source <= destination ? 0 : 1;
+    ends_[senderSide_] = source;
+    ends_[1 - senderSide_] = destination;
   }
 
   // The side that sent the segment that the key was made of.
   unsigned senderSide() const { return senderSide_; }
-  std::string_view text() const { return {bytes_.data(), bytes_.size()}; }
   friend bool operator==(const ConnectionKey& a, const ConnectionKey& b) {
-    return a.bytes_ == b.bytes_;
+    return a.ends_ == b.ends_;
+  }
+  std::size_t hash() const {
+    return keyedHash({reinterpret_cast<const char*>(ends_.data()), sizeof ends_});
   }
 
  private:
-  static constexpr std::size_t kEndSize = 19;
-  void write(const Endpoint& end, std::size_t at) {
-    std::memcpy(bytes_.data() + at, end.address.data(), end.address.size());
-    std::memcpy(bytes_.data() + at + 16, &end.port, sizeof end.port);
-    bytes_[at + 18] = end.isIPv6 ? 1 : 0;
+  using End = std::array<std::uint64_t, 3>;
+  static End endOf(const Endpoint& end) {
+    End words{};
+    std::memcpy(words.data(), end.address.data(), end.address.size());
+    words[2] = static_cast<std::uint64_t>(end.port) << 1 | (end.isIPv6 ? 1 : 0);
+    return words;
   }
 
-  std::array<char, 2 * kEndSize> bytes_{};
-  unsigned senderSide_ = 0;
+  std::array<End, 2> ends_;
+  unsigned senderSide_;
 };
 
 struct KeyHash {
-  std::size_t operator()(const ConnectionKey& key) const { return keyedHash(key.text()); }
+  std::size_t operator()(const ConnectionKey& key) const { return key.hash(); }
 };
 
 // The clock of the capture. A packet can set it forward by a minute at most and never back, so that

@@ -5,11 +5,11 @@
 
 #include <random>
 #include <string>
-#include <vector>
 
 #include "qvparsersupport/common/text_readings.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
+#include "tests/support/tcp_conversation.h"
 
 namespace qv::capture::test {
 namespace {
@@ -122,6 +122,15 @@ std::string report(const qv::test::Case& input) {
 TEST(TCPConnections, TellWhatTheCasesExpect) {
   for (const char* file : {"order", "beginnings", "gaps", "ends"}) {
     qv::test::expectAnswers(fmt::format("tcp/{}.txt", file), report);
+  }
+}
+
+TEST(TCPConnections, TellWhatWasSaidHoweverItWasCaptured) {
+  std::mt19937 random(4711);
+  const auto choose = [&](unsigned below) { return static_cast<unsigned>(random() % below); };
+  for (int run = 0; run < 4000; ++run) {
+    const auto conversation = qv::test::makeTCPConversation(choose, run % 2 == 0);
+    ASSERT_EQ(qv::test::problemOf(conversation), "") << "run " << run;
   }
 }
 
