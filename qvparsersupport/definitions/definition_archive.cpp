@@ -49,7 +49,10 @@ ValueNode ArchivedFields::finish() {
 }
 
 ArchivedArray::ArchivedArray(const ValueNode* node, int level, ArchiveReading& reading)
-    : node_(node), reading_(&reading), level_(checkedLevel(level)) {}
+    : node_(node),
+      reading_(&reading),
+      // Of an empty one nothing is followed, and it is written where none was read.
+      level_(node->size > 0 ? checkedLevel(level) : level) {}
 
 std::optional<std::string_view> ArchivedArray::text(std::size_t index) const {
   return textOf(ValueBuilder::elements(*node_)[index]);
@@ -59,11 +62,9 @@ ArchivedDictionary ArchivedArray::dictionary(std::size_t index) const {
   return {ValueBuilder::elements(*node_) + index, level_ + 1, *reading_};
 }
 
-// What is no dictionary is no level.
+// A level even if it is no dictionary, because what is made of it is written as one.
 ArchivedDictionary::ArchivedDictionary(const ValueNode* node, int level, ArchiveReading& reading)
-    : node_(node),
-      reading_(&reading),
-      level_(node->type == Value::Type::dictionary ? checkedLevel(level) : level) {}
+    : node_(node), reading_(&reading), level_(checkedLevel(level)) {}
 
 const ValueNode* ArchivedDictionary::find(std::string_view key, Value::Type type) {
   if (node_->type != Value::Type::dictionary) return nullptr;

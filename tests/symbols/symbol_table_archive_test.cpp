@@ -228,10 +228,12 @@ TEST_F(ArchiveTest, nestingIsBounded) {
         {{"characteristics", Value::array({family})}, {"other", Value::array({family})}});
   };
   EXPECT_EQ(restore(nested(62)), "restored");
+  // Lists that were not there are written, but empty.
+  EXPECT_EQ(restore(table.archiveRepresentation()), "restored");
   EXPECT_EQ(restore(nested(63)), "The archive is nested deeper than 64 levels");
   EXPECT_EQ(restore(nested(100000)), "The archive is nested deeper than 64 levels");
 
-  // What is no dictionary is no level, and levels that share theirs are no way around a limit.
+  // What reads as a dictionary is a level; levels that share theirs are no way around a limit.
   const auto innermost = [](Value family, int above, bool isTwin) {
     for (; above > 0; --above) {
       family = isTwin ? Value::dictionary({{"btle", family}, {"ip", family}})
@@ -239,9 +241,11 @@ TEST_F(ArchiveTest, nestingIsBounded) {
     }
     return Value::dictionary({{"characteristics", Value::array({family})}});
   };
-  EXPECT_EQ(restore(innermost(valueOf(R"({"properties":[0]})"), 60, false)), "restored");
-  EXPECT_EQ(restore(innermost(valueOf(R"({"properties":[{}]})"), 60, false)),
-            "The archive is nested deeper than 64 levels");
+  EXPECT_EQ(restore(innermost(valueOf(R"({"properties":[0]})"), 59, false)), "restored");
+  for (const char* family : {R"({"properties":[0]})", R"({"properties":[{}]})"}) {
+    EXPECT_EQ(restore(innermost(valueOf(family), 60, false)),
+              "The archive is nested deeper than 64 levels");
+  }
   EXPECT_EQ(restore(innermost(Value::dictionary({}), 15, true)), "restored");
   EXPECT_EQ(restore(innermost(Value::dictionary({}), 60, true)),
             "The archive nests more than 100000 instances within instances");
