@@ -69,7 +69,7 @@ std::int64_t readOffsetMinutes(Fields& fields) {
   if (fields.skip('Z') || fields.skip('z')) return 0;
   const int sign = fields.front() == '-' ? -1 : 1;
   fields.require(fields.skip('+') || fields.skip('-'));
-  const int hours = fields.number(2, 0, 23);
+  const std::int64_t hours = fields.number(2, 0, 23);
   fields.skip(':');
   return sign * (hours * 60 + fields.number(2, 0, 59));
 }
@@ -80,9 +80,9 @@ std::optional<std::int64_t> timeFromISO8601(std::string_view text) {
   Fields fields(text);
   const std::int64_t days = readDate(fields).time_since_epoch().count();
   fields.require(fields.skip('T') || fields.skip('t') || fields.skip(' '));
-  std::int64_t minutes = days * 24 * 60 + fields.number(2, 0, 23) * 60;
+  const std::int64_t hours = days * 24 + fields.number(2, 0, 23);
   fields.require(fields.skip(':'));
-  minutes += fields.number(2, 0, 59);
+  std::int64_t minutes = hours * 60 + fields.number(2, 0, 59);
   std::int64_t seconds = 0;
   std::int64_t nanoseconds = 0;
   if (fields.skip(':')) {

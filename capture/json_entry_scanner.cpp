@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
 // "entries" with each letter written as an escape.
-constexpr std::size_t kLongestKey = 7 * 6;
+constexpr std::size_t kLongestKey = 42;
 
 // For each byte whether a run of bytes that need no look ends there.
 using Stops = std::array<bool, 256>;

@@ -13,7 +13,12 @@ class StreamWindow {
   void append(ByteView bytes) {
     // Moving the rest down pays for itself: at least as many bytes were consumed since last time.
     if (begin_ > bytes_.size() / 2) {
-      bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(begin_));
+      const auto rest = bytes_.begin() + static_cast<std::ptrdiff_t>(begin_);
+      if (bytes_.capacity() > kKeptCapacity) {
+        bytes_ = Bytes(rest, bytes_.end());
+      } else {
+        bytes_.erase(bytes_.begin(), rest);
+      }
       begin_ = 0;
     }
     bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
