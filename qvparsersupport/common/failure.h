@@ -13,7 +13,7 @@ namespace qv {
 // says that it clears it, so "untouched", "cleared" and "set" stay three different things.
 using ErrorSlot = std::optional<std::string>*;
 
-// What `fail` yields: false, an empty optional or a null shared_ptr, whichever the caller returns.
+// What `fail` yields: false, an empty optional or a null smart pointer, whichever the caller returns.
 struct Failure {
   template <class T>
   requires std::same_as<T, bool>
@@ -23,6 +23,10 @@ struct Failure {
   template <class T>
   constexpr operator std::optional<T>() const {  // NOLINT(google-explicit-constructor)
     return std::nullopt;
+  }
+  template <class T>
+  constexpr operator std::unique_ptr<T>() const {  // NOLINT(google-explicit-constructor)
+    return nullptr;
   }
   template <class T>
   constexpr operator std::shared_ptr<T>() const {  // NOLINT(google-explicit-constructor)

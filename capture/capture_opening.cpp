@@ -1,0 +1,204 @@
+#include "capture/capture_opening.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+#include "capture/capture_record_reader.h"
+#include "capture/gzip_source.h"
+#include "capture/har_reader.h"
+#include "capture/packet_capture_reader.h"
+#include "capture/packet_segments.h"
+#include "capture/start_line.h"
+#include "capture/stream_pair_reader.h"
+
+namespace qv::capture {
+namespace {
+
+constexpr std::size_t kGzipMagic = 3;
+constexpr std::size_t kPacketMagic = 4;
+// How far the keys of a JSON object and the first start line of a stream are searched for.
+constexpr std::size_t kFarthest = std::size_t{64} << 10;
+constexpr std::ptrdiff_t kShortestMethod = 3;
+constexpr std::ptrdiff_t kLongestMethod = 32;
+
+constexpr const char* kUnknownForm =
+    "begins like none of these: a packet file (pcap, pcapng), an HTTP archive (HAR), capture "
+    "records (NDJSON), HTTP requests or responses as sent; each may be compressed with gzip";
+constexpr const char* kNoStartLine = "holds no start line of a request, response or event";
+
+// Keys of a record, of which any may come first.
+constexpr std::string_view kRecordKeys[] = {"type",          "connection",  "direction", "time_ns",
+                                            "header_base64", "body_base64", "schema"};
+
+bool isWhite(std::uint8_t byte) {
+  return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
+}
+
+// The first bytes of a source one by one, each read when it is asked for.
+class Beginning {
+ public:
+  explicit Beginning(PeekedSource& source) : source_(source) {}
+
+  // Null at the end and beyond what is searched.
+  std::optional<std::uint8_t> next() {
+    if (position_ == kFarthest) return std::nullopt;
+    const ByteView bytes = source_.peek(position_ + 1);
+    if (bytes.size() == position_) return std::nullopt;
+    return bytes[position_++];
+  }
+  std::optional<std::uint8_t> nextVisible() {
+    std::optional<std::uint8_t> byte = next();
+    while (byte && isWhite(*byte)) byte = next();
+    return byte;
+  }
+  // Goes on at `position`.
+  void seek(std::size_t position) { position_ = position; }
+  std::size_t position() const { return position_; }
+  ByteView seen() { return source_.peek(position_); }
+
+ private:
+  PeekedSource& source_;
+  std::size_t position_ = 0;
+};
+
+// Past the closing quote; false when there is none.
+bool skipString(Beginning& beginning) {
+  while (const std::optional<std::uint8_t> byte = beginning.next()) {
+    if (*byte == '"') return true;
+    if (*byte == '\\') beginning.next();
+  }
+  return false;
+}
+
+// Past the comma behind a value of an object; false when there is none.
+bool skipValue(Beginning& beginning) {
+  std::size_t depth = 0;
+  while (const std::optional<std::uint8_t> byte = beginning.next()) {
+    if (*byte == ',' && depth == 0) return true;
+    if (*byte == '"' && !skipString(beginning)) return false;
+    if (*byte == '{' || *byte == '[') ++depth;
+    if (*byte == '}' || *byte == ']') {
+      if (depth-- == 0) return false;
+    }
+  }
+  return false;
+}
+
+// Of an object, behind its opening brace.
+CaptureForm formOfObject(Beginning& beginning) {
+  while (beginning.nextVisible() == '"') {
+    const std::size_t begin = beginning.position();
+    if (!skipString(beginning)) break;
+    const std::string_view key =
+        textOf(beginning.seen()).substr(begin, beginning.position() - 1 - begin);
+    if (key == "log") return CaptureForm::har;
+    if (std::ranges::find(kRecordKeys, key) != std::end(kRecordKeys)) return CaptureForm::ndjson;
+    if (!skipValue(beginning)) break;
+  }
+  return CaptureForm::har;
+}
+
+bool isUpper(std::uint8_t byte) {
+  return byte >= 'A' && byte <= 'Z';
+}
+
+// Of a raw stream, from where its first message is due. Null when there is none.
+std::optional<Direction> directionAt(Beginning& beginning) {
+  const std::size_t begin = beginning.position();
+  for (;;) {
+    const bool atEnd = !beginning.next();
+    const ByteView bytes = beginning.seen().subspan(begin);
+    const StartLineCheck response = startLineAt(Direction::toController, bytes);
+    if (response == StartLineCheck::yes) return Direction::toController;
+    const auto word = std::ranges::find_if_not(bytes, isUpper) - bytes.begin();
+    const bool isOpen = word == std::ssize(bytes);
+    if (!isOpen && bytes[static_cast<std::size_t>(word)] == ' ' && word >= kShortestMethod) {
+      return Direction::toAccessory;
+    }
+    // What is cut within its first word.
+    if (atEnd && response == StartLineCheck::undecided) return Direction::toController;
+    if (atEnd && isOpen) return Direction::toAccessory;
+    const bool mayBeRequest = isOpen && word <= kLongestMethod;
+    if (atEnd || (response == StartLineCheck::no && !mayBeRequest)) return std::nullopt;
+  }
+}
+
+// The direction of which a start line comes first, wherever it is.
+std::optional<Direction> directionWithin(PeekedSource& source) {
+  const ByteView bytes = source.peek(kFarthest);
+  const auto requests = StartLineSearch(Direction::toAccessory).advance(bytes, true);
+  const auto responses = StartLineSearch(Direction::toController).advance(bytes, true);
+  if (!requests.found && !responses.found) return std::nullopt;
+  const bool requestFirst =
+      requests.found && (!responses.found || requests.length < responses.length);
+  return requestFirst ? Direction::toAccessory : Direction::toController;
+}
+
+struct Told {
+  CaptureForm form = CaptureForm::http;
+  std::optional<Direction> direction;  // of a raw stream
+};
+
+std::optional<Told> toldBy(PeekedSource& source) {
+  if (PacketSegments::recognises(source.peek(kPacketMagic))) return Told{CaptureForm::pcap, {}};
+  Beginning beginning(source);
+  std::optional<std::uint8_t> first = beginning.nextVisible();
+  if (!first) return Told{CaptureForm::http, Direction::toAccessory};
+  if (*first == 0xEF && beginning.next() == 0xBB && beginning.next() == 0xBF) {
+    first = beginning.nextVisible();
+  }
+  if (first == '{') return Told{formOfObject(beginning), {}};
+  beginning.seek(beginning.position() - 1);
+  const std::optional<Direction> direction = directionAt(beginning);
+  if (!direction) return std::nullopt;
+  return Told{CaptureForm::http, direction};
+}
+
+std::unique_ptr<CaptureReader> openStream(const std::shared_ptr<PeekedSource>& source,
+                                          Direction direction, FramingLimits limits) {
+  auto items = std::make_shared<ByteStreamItems>(source, direction, limits);
+  if (direction == Direction::toAccessory) {
+    return std::make_unique<StreamPairReader>(std::move(items), nullptr);
+  }
+  return std::make_unique<StreamPairReader>(nullptr, std::move(items));
+}
+
+}  // namespace
+
+std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource> source, CaptureForm form,
+                                           const OpenOptions& options, ErrorSlot errorDescription) {
+  auto peeked = std::make_shared<PeekedSource>(std::move(source));
+  if (GzipSource::recognises(peeked->peek(kGzipMagic))) {
+    peeked = std::make_shared<PeekedSource>(std::make_shared<GzipSource>(peeked));
+  }
+  if (peeked->peek(1).empty() && peeked->error()) return fail(errorDescription, *peeked->error());
+
+  std::optional<Direction> direction;
+  if (form == CaptureForm::automatic || form == CaptureForm::http) {
+    const std::optional<Told> told = toldBy(*peeked);
+    if (told && (form == CaptureForm::automatic || told->form == form)) {
+      form = told->form;
+      direction = told->direction;
+    }
+  }
+  switch (form) {
+    case CaptureForm::automatic:
+      return fail(errorDescription, kUnknownForm);
+    case CaptureForm::http:
+      if (!direction) direction = directionWithin(*peeked);
+      if (!direction) return fail(errorDescription, kNoStartLine);
+      return openStream(peeked, *direction, options.limits);
+    case CaptureForm::ndjson:
+      return openCaptureRecords(peeked, options.limits);
+    case CaptureForm::har:
+      return openHAR(peeked, options.limits);
+    case CaptureForm::pcap:
+      return openPacketCapture(peeked, options.accessoryPort, options.limits, errorDescription);
+  }
+  return nullptr;
+}
+
+}  // namespace qv::capture

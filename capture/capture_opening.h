@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "capture/byte_source.h"
+#include "capture/capture_reader.h"
+#include "capture/http_framer.h"
+#include "qvparsersupport/common/export.h"
+#include "qvparsersupport/common/failure.h"
+
+namespace qv::capture {
+
+enum class CaptureForm : std::uint8_t {
+  automatic,  // told by the first bytes, never by a name
+  http,       // the raw bytes of one direction of one connection
+  ndjson,     // `capture` records
+  har,
+  pcap,  // or pcapng
+};
+
+struct OpenOptions {
+  FramingLimits limits;
+  std::optional<std::uint16_t> accessoryPort;  // for packet files
+};
+
+// Opens a capture of the given form, compressed with gzip or not. Looks at no more bytes than it
+// takes to tell the form apart, so a pipe can be opened before there is much in it.
+//
+// An empty input is a stream without messages. A JSON object is an HTTP archive when it has the key
+// "log", and a record when it has one of a record's keys before. The direction of a raw stream is
+// told by its first message; where one is asked for that begins with something else, by the first
+// start line in its beginning.
+//
+// Null, with a text, when the form cannot be told, or is not the given one as far as that shows at
+// the beginning.
+QV_EXPORT std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource> source,
+                                                     CaptureForm form = CaptureForm::automatic,
+                                                     const OpenOptions& options = {},
+                                                     ErrorSlot errorDescription = nullptr);
+
+}  // namespace qv::capture
