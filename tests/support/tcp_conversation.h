@@ -14,7 +14,8 @@
 namespace qv::test {
 
 // What two sides said over TCP, and the packets as a capture has them: in pieces of every size,
-// shuffled a little, some twice, some pieces sent again with other borders, and some lost.
+// shuffled a little, some twice, some pieces sent again with other borders, and some lost or
+// without the SYNs.
 struct TCPConversation {
   struct Packet {
     capture::TCPSegment segment;
@@ -25,6 +26,7 @@ struct TCPConversation {
   std::array<std::string, 2> told;  // what is to be told of them, '?' for what was lost
   std::vector<Packet> packets;
   bool shuffled = false;
+  bool partial = false;  // the capture begins behind the SYNs
 };
 
 // `choose(n)` answers a number below n.
@@ -93,6 +95,11 @@ TCPConversation makeTCPConversation(const Choose& choose, bool lossy) {
   }
   result.shuffled = !std::ranges::is_sorted(result.packets, {}, &TCPConversation::Packet::order);
   std::ranges::stable_sort(result.packets, {}, &TCPConversation::Packet::order);
+  result.partial = !lossy && choose(3) == 2;
+  if (result.partial) {
+    std::erase_if(result.packets,
+                  [](const TCPConversation::Packet& packet) { return packet.segment.syn; });
+  }
   std::erase_if(result.packets, [&](const TCPConversation::Packet& packet) {
     return lossy && !packet.segment.syn && !packet.segment.fin && choose(6) == 0;
   });
@@ -116,13 +123,17 @@ inline std::string problemOf(const TCPConversation& conversation) {
   std::array<std::string, 2> told;
   std::string problem;
   bool closed = false;
+  bool swapped = false;
   const auto drain = [&] {
     while (const auto event = connections.next()) {
-      std::string& stream = told[event->fromFirst ? 0 : 1];
+      std::string& stream = told[event->fromFirst == swapped ? 1 : 0];
       if (event->connection != 1 || closed) problem = "something stands after the end";
       switch (event->kind) {
         case capture::TCPEventKind::opened:
-          if (event->partialStart || event->first.port != 80) problem = "the beginning is wrong";
+          swapped = event->first.port != 80;
+          if (event->partialStart != conversation.partial || (swapped && !conversation.partial)) {
+            problem = "the beginning is wrong";
+          }
           break;
         case capture::TCPEventKind::bytes: {
           const auto& packet = conversation.packets.at(event->place.number - 1);
