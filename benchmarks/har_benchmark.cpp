@@ -166,7 +166,7 @@ void measure(benchmark::State& state, Work work) {
   std::uint64_t bytes = 0;
   for (auto _ : state) bytes += work(kEntries);
   state.SetBytesProcessed(static_cast<std::int64_t>(bytes));
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * kEntries));
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kEntries));
 }
 
 void printPeakHeap(std::uint64_t entries) {
