@@ -57,10 +57,10 @@ struct TCPEvent {
 //   while (auto event = connections.next()) { ... }
 //
 // Order. Of bytes that come twice the first copy counts. A later one is compared with those that
-// wait, and with the last 64 KiB that were delivered as far as they are kept: for 64 directions,
-// among them every one that is busy while fewer are. Keep-alive probes are no copies, bytes behind
-// a FIN and those of a RST no data. A sequence number is read as the nearest place; what is more
-// than 1 GiB off is passed over, and eight such packets in a row are a new connection.
+// wait, and with the last 64 KiB that were delivered, which are kept for 64 directions at a time.
+// Keep-alive probes are no copies, bytes behind a FIN and those of a RST no data. A sequence number
+// is read as the nearest place; what is more than 1 GiB off is passed over, and eight such packets
+// in a row are a new connection.
 //
 // Beginnings. Without both SYNs the first packets of a connection wait, so that earlier ones may
 // still come: eight packets, 64 KiB, or one second of capture time (packets without a time take a
