@@ -7,7 +7,7 @@
 namespace qv::capture {
 namespace {
 
-constexpr std::size_t kPieceSize = std::size_t{64} << 10;
+constexpr std::size_t kPieceSize = std::size_t{16} << 10;
 
 }  // namespace
 
