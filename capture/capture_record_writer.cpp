@@ -1,6 +1,7 @@
 #include "capture/capture_record_writer.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 #include <variant>
 
@@ -145,23 +146,23 @@ void CaptureRecordWriter::place(std::uint64_t connection, Direction direction,
 }
 
 void CaptureRecordWriter::add(std::string_view key, std::string_view word) {
-  line_ += fmt::format(",\"{}\":\"{}\"", key, word);
+  fmt::format_to(std::back_inserter(line_), ",\"{}\":\"{}\"", key, word);
 }
 
 void CaptureRecordWriter::add(std::string_view key, std::uint64_t number) {
-  line_ += fmt::format(",\"{}\":{}", key, number);
+  fmt::format_to(std::back_inserter(line_), ",\"{}\":{}", key, number);
 }
 
 void CaptureRecordWriter::addFlag(std::string_view key, bool value) {
-  line_ += fmt::format(",\"{}\":{}", key, value);
+  fmt::format_to(std::back_inserter(line_), ",\"{}\":{}", key, value);
 }
 
 void CaptureRecordWriter::addText(std::string_view key, std::string_view text) {
-  line_ += fmt::format(",\"{}\":{}", key, jsonText(Value::string(text)));
+  fmt::format_to(std::back_inserter(line_), ",\"{}\":{}", key, jsonText(Value::string(text)));
 }
 
 void CaptureRecordWriter::addBase64(std::string_view key, ByteView bytes) {
-  line_ += fmt::format(",\"{}\":\"", key);
+  fmt::format_to(std::back_inserter(line_), ",\"{}\":\"", key);
   appendBase64(line_, bytes);
   line_ += '"';
 }

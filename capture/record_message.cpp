@@ -17,6 +17,7 @@ namespace {
 // Drops the empty line behind the header. Null, with a text, when the header is not that of one
 // whole message.
 bool normaliseHeader(Direction direction, Bytes& header, ErrorSlot error) {
+  if (header.empty()) return fail(error, "the header is empty");
   FramedMessage unused;
   const std::optional<HeaderEnd> end = HeaderScan().advance(header, true, unused);
   if (end && end->headerLength == 0) return fail(error, "the header begins with an empty line");
@@ -41,7 +42,6 @@ FramedMessage messageOfRecord(RecordFields& fields, FramingLimits limits) {
   Bytes header = fields.required("header_base64", fields.base64("header_base64"));
   std::optional<Bytes> body = fields.base64("body_base64");
   const bool endKnown = fields.flag("end_known").value_or(true);
-  if (!fields.error() && header.empty()) fields.complain("the header is empty");
   if (fields.error()) return {};
 
   std::optional<std::string> error;
