@@ -27,7 +27,7 @@ const char* completenessText(Completeness completeness) {
 }
 
 std::uint64_t FramedMessage::streamOffsetOf(std::uint64_t offsetInBody) const {
-  if (!body || segments.empty()) return bodyOffset;
+  if (isRecord || !body || segments.empty()) return bodyOffset;
   const std::uint64_t wanted = std::min<std::uint64_t>(offsetInBody, body->size());
   auto after = std::upper_bound(
       segments.begin(), segments.end(), wanted,

@@ -92,10 +92,16 @@ std::optional<DefinitionPlace> placeOf(const QVXMLObject* object) {
   return place;
 }
 
+// The number that an excerpt of the body gives its bytes: their place in the stream, or in the body
+// of a message that comes from a record.
+std::uint64_t shownOffset(const FramedMessage& message, std::uint64_t offsetInBody) {
+  return message.isRecord ? offsetInBody : message.streamOffsetOf(offsetInBody);
+}
+
 std::optional<Excerpt> jsonExcerpt(const FramedMessage& message, ByteRange mark) {
   if (!message.body) return std::nullopt;
   Excerpt excerpt = textBodyExcerpt(*message.body, mark);
-  excerpt.offset = message.streamOffsetOf(excerpt.offset);
+  excerpt.offset = shownOffset(message, excerpt.offset);
   return excerpt;
 }
 
@@ -145,11 +151,13 @@ Finding findingForFault(const QVMessageFault& fault, const FramedMessage& messag
       finding.excerpt = jsonExcerpt(message, *fault.range);
     } else if (message.body && fault.range->offset < message.body->size()) {
       // Where the body ends there is nothing to show.
-      finding.excerpt = bodyExcerpt(*message.body, *fault.range, origin);
+      finding.excerpt =
+          bodyExcerpt(*message.body, *fault.range, shownOffset(message, fault.range->offset));
     }
   } else {
-    finding.location.byteOffset = message.headerOffset + fault.range->offset;
-    finding.excerpt = headerExcerpt(message.header, *fault.range, message.headerOffset);
+    const std::uint64_t inRecord = message.isRecord ? 0 : message.headerOffset;
+    if (!message.isRecord) finding.location.byteOffset = inRecord + fault.range->offset;
+    finding.excerpt = headerExcerpt(message.header, *fault.range, inRecord);
   }
   return finding;
 }
@@ -162,7 +170,9 @@ std::optional<Finding> findingForNote(const capture::FramingNote& note,
   if (row == std::end(kNotes)) return std::nullopt;
   Finding finding = remark(row->rule, row->severity, note.text, note.offset, note.length);
   const std::uint64_t headerEnd = message.headerOffset + message.header.size();
-  if (note.offset < message.headerOffset || note.offset >= headerEnd) return finding;
+  if (message.isRecord || note.offset < message.headerOffset || note.offset >= headerEnd) {
+    return finding;
+  }
   if (note.length >= message.header.size()) return finding;  // concerns the header as a whole
   ByteRange mark{note.offset - message.headerOffset, note.length};
   while (mark.length > 1 && isLineEnd(message.header[mark.offset + mark.length - 1])) --mark.length;

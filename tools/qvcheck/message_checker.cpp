@@ -7,6 +7,7 @@
 #include "tools/qvcheck/finding_builder.h"
 #include "tools/qvcheck/key_findings.h"
 #include "tools/qvcheck/nearest_class.h"
+#include "tools/qvcheck/report_texts.h"
 
 namespace qv::check {
 
@@ -41,9 +42,12 @@ std::string shortened(const std::string& url) {
 
 void MessageChecker::check(const capture::ExchangeRecord& record) {
   InputRecord& input = record.direction == Direction::toAccessory ? requests_ : responses_;
-  if (const capture::Damage* damage = record.damage()) {
+  if (const capture::Gap* gap = record.gap()) {
+    pairingUncertain_ = pairingUncertain_ || gap->mayHideMessages;
+    reportGap(*gap, record.direction, input);
+  } else if (const capture::Damage* damage = record.damage()) {
     pairingUncertain_ = pairingUncertain_ || damage->mayHideMessages;
-    reportDamage(*damage, input);
+    reportDamage(*damage, record.direction, input);
   } else {
     pairingUncertain_ = pairingUncertain_ || record.pairingUncertain || !record.message()->endKnown;
     reportMessage(record, *record.message(), input);
@@ -85,12 +89,28 @@ void MessageChecker::closeRequests(std::uint64_t before) {
   }
 }
 
-void MessageChecker::reportDamage(const capture::Damage& damage, InputRecord& input) {
+void MessageChecker::reportGap(const capture::Gap& gap, Direction direction, InputRecord& input) {
+  input.complete = false;
+  report_.gap({connection_, nameOf(direction), gap.offset, gap.length});
+  Finding finding = remark("input.gap", Severity::warning,
+                           fmt::format("{} {} missing from the capture",
+                                       counted(gap.length, "byte"), gap.length == 1 ? "is" : "are"),
+                           gap.offset, gap.length);
+  reportFinding(std::move(finding), std::nullopt, input);
+}
+
+void MessageChecker::reportDamage(const capture::Damage& damage, Direction direction,
+                                  InputRecord& input) {
   if (damage.kind == capture::DamageKind::emptyLines) return;
+  if (damage.kind == capture::DamageKind::behindGap) {
+    input.complete = false;
+    reportFinding(remark("input.gap", Severity::note, damage.text, damage.offset, damage.length),
+                  std::nullopt, input);
+    return;
+  }
   input.fidelity = "damaged";
-  const bool requests = &input == &requests_;
-  report_.gap(
-      {connection_, requests ? "to_accessory" : "to_controller", damage.offset, damage.length});
+  const bool requests = direction == Direction::toAccessory;
+  report_.gap({connection_, nameOf(direction), damage.offset, damage.length});
   Finding finding =
       remark("input.damaged", Severity::warning, damage.text, damage.offset, damage.length);
   if (damage.mayHideMessages) {
@@ -108,6 +128,8 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
                                    const FramedMessage& message, InputRecord& input) {
   ReadMessage read = reader_.read(record, message, report_.nextMessage(), input.name);
   MessageRecord& out = read.record;
+  out.part = record.place.number;
+  out.partName = partName_;
   std::vector<const QVMessageFault*> faults;
   if (read.typed != nullptr) {
     faults = tellingFaults(*read.typed);

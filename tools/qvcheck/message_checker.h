@@ -19,12 +19,14 @@ namespace qv::check {
 // Turns the messages of one connection, in report order, into records and findings.
 class MessageChecker {
  public:
+  // `partName` names the numbered parts of the input, if it has any.
   MessageChecker(Report& report, std::size_t connection, InputRecord& requests,
-                 InputRecord& responses)
+                 InputRecord& responses, std::string_view partName = {})
       : report_(report),
         connection_(connection),
         requests_(requests),
         responses_(responses),
+        partName_(partName),
         reader_(connection) {}
 
   void check(const capture::ExchangeRecord& record);
@@ -41,7 +43,9 @@ class MessageChecker {
 
   void followExchange(const capture::ExchangeRecord& record, const MessageRecord& message);
   void closeRequests(std::uint64_t before);
-  void reportDamage(const capture::Damage& damage, InputRecord& input);
+  void reportDamage(const capture::Damage& damage, capture::Direction direction,
+                    InputRecord& input);
+  void reportGap(const capture::Gap& gap, capture::Direction direction, InputRecord& input);
   void reportMessage(const capture::ExchangeRecord& record, const capture::FramedMessage& message,
                      InputRecord& input);
   // Notes, once for each reason, that what a response answers is not known.
@@ -53,6 +57,7 @@ class MessageChecker {
   std::size_t connection_;
   InputRecord& requests_;
   InputRecord& responses_;
+  std::string_view partName_;
   MessageReader reader_;
   std::vector<std::string_view> unpairedReasons_;  // those that were noted
   std::map<std::uint64_t, SentRequest> open_;      // no response to them was seen yet

@@ -28,10 +28,6 @@ std::string_view kindName(MessageKind kind) {
   return "unknown";
 }
 
-std::string_view directionName(Direction direction) {
-  return direction == Direction::toAccessory ? "to_accessory" : "to_controller";
-}
-
 std::optional<ByteView> bodyOf(const FramedMessage& message) {
   if (!message.body) return std::nullopt;
   return ByteView(*message.body);
@@ -40,7 +36,7 @@ std::optional<ByteView> bodyOf(const FramedMessage& message) {
 // The record as far as the bytes alone tell it.
 MessageRecord recordOf(const FramedMessage& message, const QVHTTPMessage& http) {
   MessageRecord record;
-  record.direction = directionName(message.direction);
+  record.direction = nameOf(message.direction);
   record.kind = kindName(message.kind);
   record.offset = message.headerOffset;
   record.headerLength = message.header.size();
@@ -75,6 +71,10 @@ void leaveUnjudged(MessageRecord& record, std::string reason) {
 
 }  // namespace
 
+std::string_view nameOf(Direction direction) {
+  return direction == Direction::toAccessory ? "to_accessory" : "to_controller";
+}
+
 ReadMessage MessageReader::read(const capture::ExchangeRecord& record, const FramedMessage& message,
                                 std::size_t number, const std::string& inputName) {
   ReadMessage read;
@@ -84,6 +84,7 @@ ReadMessage MessageReader::read(const capture::ExchangeRecord& record, const Fra
   out.message = number;
   out.connection = connection_;
   out.inputName = inputName;
+  out.timeNs = record.place.timeNs;
   const auto open = record.answers ? open_.find(*record.answers) : open_.end();
   const OpenRequest* request = open == open_.end() ? nullptr : &open->second;
   if (request != nullptr) {

@@ -6,12 +6,16 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "capture/exchange_pairing.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
 #include "tools/qvcheck/report.h"
 
 namespace qv::check {
+
+// As records have it: "to_accessory", "to_controller".
+std::string_view nameOf(capture::Direction direction);
 
 struct ReadMessage {
   MessageRecord record;

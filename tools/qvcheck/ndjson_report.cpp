@@ -105,9 +105,9 @@ void NDJSONReport::connection(const ConnectionRecord& record) {
   json["type"] = "connection";
   json["connection"] = record.connection;
   json["input"] = record.input;
-  json["client"] = JSON();  // byte streams carry no addresses
-  json["server"] = JSON();
-  json["partial_start"] = false;
+  json["client"] = orNull(record.client);
+  json["server"] = orNull(record.server);
+  json["partial_start"] = record.partialStart;
   write(out_, json);
 }
 
@@ -120,7 +120,9 @@ void NDJSONReport::message(const MessageRecord& record) {
   json["kind"] = record.kind;
   json["class"] = orNull(record.className);
   json["answers"] = orNull(record.answers);
-  json["time_ns"] = JSON();
+  // As a text, because it is beyond 2^53.
+  json["time_ns"] = record.timeNs ? JSON(std::to_string(*record.timeNs)) : JSON();
+  json["part"] = record.part > 0 ? JSON(record.part) : JSON();
   json["method"] = orNull(record.method);
   json["url"] = orNull(record.url);
   json["code"] = orNull(record.code);

@@ -58,6 +58,7 @@ void Report::input(const InputRecord& record) {
 }
 
 void Report::connection(const ConnectionRecord& record) {
+  ++connections_;
   for (ReportSink* sink : sinks_) sink->connection(record);
 }
 

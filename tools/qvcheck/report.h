@@ -52,6 +52,9 @@ struct InputRecord {
 struct ConnectionRecord {
   std::size_t connection = 0;
   std::size_t input = 0;
+  std::string client;  // empty where the capture does not tell
+  std::string server;
+  bool partialStart = false;  // it was there before the capture began
 };
 
 struct MessageRecord {
@@ -61,6 +64,9 @@ struct MessageRecord {
   std::string_view kind;       // request, response, event, unknown
   std::string className;       // empty when no class recognises it
   std::optional<std::size_t> answers;
+  std::optional<std::int64_t> timeNs;  // since 1970-01-01 UTC
+  std::uint64_t part = 0;              // of the input, where its first byte stands; 0 for none
+  std::string_view partName;           // packet, entry, line
   std::string method;
   std::string url;
   std::optional<std::string> code;
@@ -197,9 +203,10 @@ class Report : public ReportSink {
   void gap(const GapRecord& record) override;
   void summary(const Summary& record) override;
 
-  // Numbers for the next message and finding, from 1.
+  // Numbers for the next message, finding and connection, from 1.
   std::size_t nextMessage() const { return account_.messages + 1; }
   std::size_t nextFinding() const { return findings_ + 1; }
+  std::size_t nextConnection() const { return connections_ + 1; }
 
   // Whether findings of this rule are reported.
   bool keeps(std::string_view rule) const { return limits_.rules.keeps(rule); }
@@ -220,6 +227,7 @@ class Report : public ReportSink {
   FindingLimits limits_;
   Summary account_;
   std::size_t findings_ = 0;
+  std::size_t connections_ = 0;
 };
 
 }  // namespace qv::check

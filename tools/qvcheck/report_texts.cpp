@@ -9,19 +9,19 @@ namespace qv::check {
 namespace {
 
 std::string what(const MessageRecord& record) {
+  std::string connection = fmt::format("connection {}", record.connection);
+  if (record.part > 0) connection += fmt::format(", {} {}", record.partName, record.part);
   const std::string target = escapedShort(record.method + " " + record.url);
   if (record.kind == "request") {
-    return fmt::format("request {} (connection {})", target, record.connection);
+    return fmt::format("request {} ({})", target, connection);
   }
-  if (record.kind == "event")
-    return fmt::format("event notification (connection {})", record.connection);
+  if (record.kind == "event") return fmt::format("event notification ({})", connection);
   if (record.answers) {
-    return fmt::format("response to {} (message {}, connection {})", target, *record.answers,
-                       record.connection);
+    return fmt::format("response to {} (message {}, {})", target, *record.answers, connection);
   }
-  return fmt::format("{} (connection {})",
+  return fmt::format("{} ({})",
                      record.kind == "response" ? "response to an unknown request" : "message",
-                     record.connection);
+                     connection);
 }
 
 }  // namespace

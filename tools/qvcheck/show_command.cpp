@@ -2,13 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <memory>
+#include <map>
 #include <string>
 #include <utility>
 
-#include "capture/byte_source.h"
-#include "capture/stream_pair_reader.h"
+#include "tools/qvcheck/capture_input.h"
 #include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/input_findings.h"
 #include "tools/qvcheck/message_view.h"
 #include "tools/qvcheck/profile_loading.h"
 #include "tools/qvcheck/report_texts.h"
@@ -17,7 +17,6 @@ namespace qv::check {
 
 namespace {
 
-using capture::ByteStreamItems;
 using capture::Direction;
 
 // What the run came to; the first in the order of exit codes wins.
@@ -26,88 +25,118 @@ struct ShowOutcome {
   bool damaged = false;
 };
 
-std::shared_ptr<ByteStreamItems> openStream(const std::string& file, Direction direction,
-                                            std::size_t maxMessageSize, std::ostream& err) {
-  std::optional<std::string> error;
-  auto source = capture::FileSource::open(file, &error);
-  if (source == nullptr) {
-    err << "qvcheck: " << escaped(file) << ": " << textOrNull(error) << '\n';
-    return nullptr;
-  }
-  return std::make_shared<ByteStreamItems>(std::move(source), direction,
-                                           capture::FramingLimits{maxMessageSize});
-}
-
 class Shower {
  public:
   Shower(const ShowOptions& options, std::ostream& out, bool colored)
       : options_(options), out_(out), page_(out, colored) {}
 
-  void show(const capture::ExchangeRecord& record) {
-    const bool toAccessory = record.direction == Direction::toAccessory;
-    const std::string& file = toAccessory ? options_.requestFile : options_.responseFile;
-    if (const capture::Damage* damage = record.damage()) {
-      showDamage(*damage, file);
-      return;
+  bool wantsMore() const { return !options_.message || outcome.messages < *options_.message; }
+
+  void begin(CaptureInput& input) {
+    input_ = &input;
+    connections_.clear();
+  }
+
+  void show(const capture::CaptureEvent& event) {
+    if (const auto* opened = std::get_if<capture::ConnectionOpened>(&event)) {
+      connections_.emplace(opened->connection, Connection{MessageReader(++connectionCount_), {}});
+    } else if (const auto* closed = std::get_if<capture::ConnectionClosed>(&event)) {
+      connections_.erase(closed->connection);
+    } else if (const auto* record = std::get_if<capture::ExchangeRecord>(&event)) {
+      show(*record);
+    } else {
+      const auto& note = std::get<capture::InputNote>(event);
+      InputRecord& input = input_->record(note.direction.value_or(Direction::toAccessory));
+      findingForInput(note, input);
+      showRemark(note.text, input, note.offset);
+      outcome.damaged = outcome.damaged || !input.complete || input.fidelity == "damaged";
     }
-    const capture::FramedMessage& message = *record.message();
-    const ReadMessage read = reader_.read(record, message, outcome.messages + 1, file);
-    ++outcome.messages;
-    if (!message.complete()) outcome.damaged = true;
-    names_.learn(read.typed.get());
-    if (!isWanted()) return;
-    separate();
-    showMessage(page_, read, message, names_);
   }
 
   ShowOutcome outcome;
 
  private:
+  struct Connection {
+    MessageReader reader;
+    AttributeNames names;
+  };
+
   bool isWanted() const { return !options_.message || *options_.message == outcome.messages; }
+
+  void show(const capture::ExchangeRecord& record) {
+    const InputRecord& input = input_->record(record.direction);
+    if (const capture::Gap* gap = record.gap()) {
+      outcome.damaged = true;
+      showRemark(fmt::format("{} missing from the capture", counted(gap->length, "byte")), input,
+                 gap->offset);
+      return;
+    }
+    if (const capture::Damage* damage = record.damage()) {
+      if (damage->kind == capture::DamageKind::emptyLines) return;
+      outcome.damaged = true;
+      showRemark(damage->text, input, damage->offset);
+      return;
+    }
+    Connection& connection = connections_.at(record.connection);
+    const capture::FramedMessage& message = *record.message();
+    ReadMessage read = connection.reader.read(record, message, outcome.messages + 1, input.name);
+    read.record.part = record.place.number;
+    read.record.partName = input_->partName();
+    ++outcome.messages;
+    if (!message.complete()) outcome.damaged = true;
+    connection.names.learn(read.typed.get());
+    if (!isWanted()) return;
+    separate();
+    showMessage(page_, read, message, connection.names);
+  }
 
   void separate() {
     if (wroteAny_) out_ << '\n';
     wroteAny_ = true;
   }
 
-  void showDamage(const capture::Damage& damage, const std::string& file) {
-    if (damage.kind == capture::DamageKind::emptyLines) return;
-    outcome.damaged = true;
+  void showRemark(const std::string& text, const InputRecord& input, std::uint64_t offset) {
     if (options_.message) return;
     separate();
     page_.begin();
-    page_.line(0, page_.ink(Shade::bold, fmt::format("{}:{}: {}", escaped(file), damage.offset,
-                                                     escaped(damage.text))));
+    page_.line(0, page_.ink(Shade::bold,
+                            fmt::format("{}:{}: {}", escaped(input.name), offset, escaped(text))));
   }
 
   const ShowOptions& options_;
   std::ostream& out_;
   ViewPage page_;
-  MessageReader reader_{1};
-  AttributeNames names_;
+  CaptureInput* input_ = nullptr;
+  std::map<std::uint64_t, Connection> connections_;
+  std::size_t connectionCount_ = 0;
   bool wroteAny_ = false;
 };
 
-ExitCode showConnection(const ShowOptions& options, std::ostream& out, std::ostream& err,
-                        bool colored) {
-  const auto requests =
-      openStream(options.requestFile, Direction::toAccessory, options.maxMessageSize, err);
-  const auto responses =
-      openStream(options.responseFile, Direction::toController, options.maxMessageSize, err);
-  if (requests == nullptr || responses == nullptr) return ExitCode::inputDamaged;
-  Shower shower(options, out, colored);
-  capture::StreamPairReader pairing(requests, responses);
-  while (!options.message || shower.outcome.messages < *options.message) {
-    const auto record = pairing.nextRecord();
-    if (!record) break;
-    shower.show(*record);
+void showInput(CaptureInput& input, const ShowOptions& options, Shower& shower, std::ostream& err) {
+  if (!input.open(options, err)) {
+    shower.outcome.damaged = true;
+    return;
   }
-  for (const auto& [stream, file] :
-       {std::pair(requests, options.requestFile), std::pair(responses, options.responseFile)}) {
-    if (const auto error = stream->source().error()) {
-      err << "qvcheck: " << escaped(file) << ": " << *error << '\n';
-      shower.outcome.damaged = true;
-    }
+  shower.begin(input);
+  bool ended = false;
+  while (shower.wantsMore() && !ended) {
+    const auto event = input.reader().next();
+    ended = !event;
+    if (event) shower.show(*event);
+  }
+  for (const auto& record : input.close(err)) {
+    if (!record->complete) shower.outcome.damaged = true;
+  }
+}
+
+ExitCode showInputs(const ShowOptions& options, std::ostream& out, std::ostream& err,
+                    bool colored) {
+  Shower shower(options, out, colored);
+  std::size_t number = 1;
+  for (const auto& input : CaptureInput::all(options)) {
+    if (!shower.wantsMore()) break;
+    number += input->number(number);
+    showInput(*input, options, shower, err);
   }
   const ShowOutcome& outcome = shower.outcome;
   if (options.message && *options.message > outcome.messages) {
@@ -123,7 +152,7 @@ ExitCode showConnection(const ShowOptions& options, std::ostream& out, std::ostr
 
 int runShow(const ShowOptions& options, std::ostream& out, std::ostream& err, bool outIsTerminal) {
   if (const auto refused = loadProfilesQuietly(options.profiles, err)) return *refused;
-  const ExitCode exit = showConnection(options, out, err, wantsColor(options.color, outIsTerminal));
+  const ExitCode exit = showInputs(options, out, err, wantsColor(options.color, outIsTerminal));
   if (out.flush()) return static_cast<int>(exit);
   err << "qvcheck: not everything could be written\n";
   return static_cast<int>(ExitCode::toolFault);

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kExamples =
     "Examples:\n"
-    "  qvcheck show --profile lamp.xml --request run1.req --response run1.rsp\n"
+    "  qvcheck show --profile lamp.xml run1.pcap\n"
     "  qvcheck show --profile lamp.xml --request run1.req --response run1.rsp --message 14";
 
 class ShowFamily : public CommandFamily {
@@ -18,7 +18,7 @@ class ShowFamily : public CommandFamily {
   void declare(CLI::App& app) override {
     command_ = app.add_subcommand("show", "Show decoded messages without judging them");
     command_->footer(kExamples);
-    declareConnection(*command_, options_);
+    captures_.declare(*command_, options_);
     command_
         ->add_option("--message", options_.message,
                      "Only this message, by the number that the report gives it")
@@ -29,6 +29,8 @@ class ShowFamily : public CommandFamily {
 
   std::optional<Command> command() override {
     if (!command_->parsed()) return std::nullopt;
+    if (const auto wrong = captures_.read(options_)) return usageError(*wrong);
+    if (options_.profiles.empty()) return usageError("--profile is required");
     options_.color = colorChoiceNamed(color_);
     return options_;
   }
@@ -37,6 +39,7 @@ class ShowFamily : public CommandFamily {
   CLI::App* command_ = nullptr;
   std::string color_ = "auto";
   ShowOptions options_;
+  CaptureArguments captures_;
 };
 
 }  // namespace

@@ -3,12 +3,12 @@
 #include <cstddef>
 #include <optional>
 
-#include "tools/qvcheck/connection_options.h"
+#include "tools/qvcheck/capture_options.h"
 #include "tools/qvcheck/report_options.h"
 
 namespace qv::check {
 
-struct ShowOptions : ConnectionOptions {
+struct ShowOptions : CaptureOptions {
   std::optional<std::size_t> message;  // the only one to show
   ColorChoice color = ColorChoice::automatic;
 };

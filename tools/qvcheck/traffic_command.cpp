@@ -1,140 +1,62 @@
 #include "tools/qvcheck/traffic_command.h"
 
-#include <algorithm>
-#include <csignal>
 #include <memory>
 #include <string>
 #include <utility>
 
-#include "capture/byte_source.h"
-#include "capture/stream_pair_reader.h"
-#include "tools/qvcheck/escape.h"
-#include "tools/qvcheck/message_checker.h"
+#include "tools/qvcheck/capture_check.h"
+#include "tools/qvcheck/capture_input.h"
 #include "tools/qvcheck/output_files.h"
 #include "tools/qvcheck/profile_loading.h"
+#include "tools/qvcheck/signal_watch.h"
 
 namespace qv::check {
 
 namespace {
 
-using capture::ByteStreamItems;
-using capture::Direction;
-
-volatile std::sig_atomic_t endingSignal = 0;
-
-void noteSignal(int signal) {
-  endingSignal = signal;
-}
-
-// Lets a run that is interrupted close its report, as long as it lives.
-class SignalWatch {
- public:
-  SignalWatch() {
-    endingSignal = 0;
-    struct sigaction action {};
-    action.sa_handler = noteSignal;
-    for (std::size_t i = 0; i < kCount; ++i) sigaction(kSignals[i], &action, &before_[i]);
-  }
-  ~SignalWatch() {
-    for (std::size_t i = 0; i < kCount; ++i) sigaction(kSignals[i], &before_[i], nullptr);
-  }
-  SignalWatch(const SignalWatch&) = delete;
-  SignalWatch& operator=(const SignalWatch&) = delete;
-
- private:
-  static constexpr int kSignals[] = {SIGINT, SIGTERM};
-  static constexpr std::size_t kCount = 2;
-  struct sigaction before_[kCount] {};
-};
-
-InputRecord inputRecord(std::size_t number, const std::string& name) {
-  InputRecord record;
-  record.input = number;
-  record.name = name;
-  record.format = "http";
-  record.fidelity = "exact";
-  return record;
-}
-
-// Passes a source on and keeps how it begins.
-class HeadKeeper : public capture::ByteSource {
- public:
-  HeadKeeper(std::shared_ptr<capture::ByteSource> source, Bytes& head)
-      : source_(std::move(source)), head_(head) {}
-
-  std::size_t read(std::span<std::uint8_t> destination) override {
-    constexpr std::size_t kMost = 32;
-    const std::size_t count = source_->read(destination);
-    const auto kept = destination.first(std::min(count, kMost - std::min(kMost, head_.size())));
-    head_.insert(head_.end(), kept.begin(), kept.end());
-    return count;
-  }
-  std::optional<std::string> error() const override { return source_->error(); }
-
- private:
-  std::shared_ptr<capture::ByteSource> source_;
-  Bytes& head_;
-};
-
-// The stream, or null with a complaint. The record has to outlive it.
-std::shared_ptr<ByteStreamItems> openStream(InputRecord& record, Direction direction,
-                                            const TrafficOptions& options, Report& report,
-                                            std::ostream& err) {
-  std::optional<std::string> error;
-  auto source = capture::FileSource::open(record.name, &error);
-  if (source == nullptr) {
-    err << "qvcheck: " << escaped(record.name) << ": " << textOrNull(error) << '\n';
+// False when the run is to stop behind it.
+bool checkInput(const TrafficOptions& options, CaptureInput& input, Report& report,
+                std::ostream& err) {
+  if (!input.open(options, err)) {
     report.noteOutcome(ExitCode::inputDamaged);
     report.noteIncomplete();
-    return nullptr;
+    return true;
   }
-  return std::make_shared<ByteStreamItems>(
-      std::make_shared<HeadKeeper>(std::move(source), record.head), direction,
-      capture::FramingLimits{options.maxMessageSize});
+  CaptureCheck check(report, input);
+  bool goesOn = true;
+  while (goesOn) {
+    const auto event = SignalWatch::signal() == 0 ? input.reader().next() : std::nullopt;
+    if (!event) break;
+    check.take(*event);
+    goesOn = !options.failFast || !report.hasOutcome(ExitCode::findings);
+  }
+  const bool interrupted = SignalWatch::signal() != 0;
+  if (goesOn && !interrupted) check.finish();
+  if (!goesOn) report.noteStoppedEarly();
+  if (interrupted) report.noteIncomplete();
+  for (const auto& record : input.close(err)) report.input(*record);
+  return goesOn && !interrupted;
 }
 
-void closeInput(const ByteStreamItems& stream, InputRecord& record, Report& report,
-                std::ostream& err) {
-  record.bytes = stream.bytesRead();
-  if (const auto error = stream.source().error()) {
-    err << "qvcheck: " << escaped(record.name) << ": " << *error << '\n';
-    record.complete = false;
+void checkInputs(const TrafficOptions& options, Report& report, std::ostream& err) {
+  std::size_t number = 1;
+  for (const auto& input : CaptureInput::all(options)) {
+    number += input->number(number);
+    if (!checkInput(options, *input, report, err)) return;
   }
-  report.input(record);
-}
-
-void checkConnection(const TrafficOptions& options, Report& report, std::ostream& err) {
-  InputRecord requestInput = inputRecord(1, options.requestFile);
-  InputRecord responseInput = inputRecord(2, options.responseFile);
-  const auto requests = openStream(requestInput, Direction::toAccessory, options, report, err);
-  const auto responses = openStream(responseInput, Direction::toController, options, report, err);
-  if (requests == nullptr || responses == nullptr) return;
-  report.connection({1, 1});
-  MessageChecker checker(report, 1, requestInput, responseInput);
-  capture::StreamPairReader pairing(requests, responses);
-  while (endingSignal == 0) {
-    const auto record = pairing.nextRecord();
-    if (!record) {
-      if (!responses->source().error()) checker.finish();
-      break;
-    }
-    checker.check(*record);
-    if (options.failFast && report.hasOutcome(ExitCode::findings)) {
-      report.noteStoppedEarly();
-      break;
-    }
-  }
-  if (endingSignal != 0) report.noteIncomplete();
-  closeInput(*requests, requestInput, report, err);
-  closeInput(*responses, responseInput, report, err);
 }
 
 RunRecord runRecord(const TrafficOptions& options) {
   RunRecord run;
   run.command = "traffic";
   for (const std::string& profile : options.profiles) run.options.emplace_back("profile", profile);
-  run.options.emplace_back("request", options.requestFile);
-  run.options.emplace_back("response", options.responseFile);
+  if (!options.requestFile.empty()) run.options.emplace_back("request", options.requestFile);
+  if (!options.responseFile.empty()) run.options.emplace_back("response", options.responseFile);
+  for (const std::string& input : options.inputs) run.options.emplace_back("input", input);
+  if (options.form != capture::CaptureForm::automatic) {
+    run.options.emplace_back("input-format", std::string(nameOf(options.form)));
+  }
+  if (options.port) run.options.emplace_back("port", std::to_string(*options.port));
   run.options.emplace_back("max-message-size", std::to_string(options.maxMessageSize));
   run.options.emplace_back(
       "fail-on", options.report.failOn ? std::string(nameOf(*options.report.failOn)) : "never");
@@ -157,8 +79,8 @@ int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& e
     const SignalWatch watch;
     report.setLimits(options.limits);
     report.run(runRecord(options));
-    if (loadProfiles(options.profiles, report, err)) checkConnection(options, report, err);
-    return report.finish(true, endingSignal);
+    if (loadProfiles(options.profiles, report, err)) checkInputs(options, report, err);
+    return report.finish(true, SignalWatch::signal());
   });
 }
 

@@ -13,6 +13,8 @@ namespace {
 
 constexpr const char* kExamples =
     "Examples:\n"
+    "  qvcheck traffic --profile lamp.xml run1.pcap\n"
+    "  tcpdump -U -w - | qvcheck traffic --profile lamp.xml --port 51826 -\n"
     "  qvcheck traffic --profile lamp.xml --request run1.req --response run1.rsp\n"
     "  qvcheck traffic --profile base.xml --profile lamp.xml --request a.req --response a.rsp "
     "--quiet\n"
@@ -27,18 +29,19 @@ bool namesAnyRule(const std::string& name) {
 class TrafficFamily : public CommandFamily {
  public:
   void declare(CLI::App& app) override {
-    command_ =
-        app.add_subcommand("traffic", "Check one captured connection, given as two byte streams");
+    command_ = app.add_subcommand("traffic", "Check captured traffic");
     command_->footer(kExamples);
-    declareConnection(*command_, options_);
+    captures_.declare(*command_, options_);
     declareLimits();
     report_.declare(*command_);
   }
 
   std::optional<Command> command() override {
     if (!command_->parsed()) return std::nullopt;
-    std::vector<std::string> inputs = options_.profiles;
-    inputs.insert(inputs.end(), {options_.requestFile, options_.responseFile});
+    if (const auto wrong = captures_.read(options_)) return usageError(*wrong);
+    if (options_.profiles.empty()) return usageError("--profile is required");
+    std::vector<std::string> inputs = options_.files();
+    inputs.insert(inputs.end(), options_.profiles.begin(), options_.profiles.end());
     if (const auto wrong = report_.read(inputs, options_.report)) return usageError(*wrong);
     for (const auto& [option, names] : {std::pair("--select", &options_.limits.rules.select),
                                         std::pair("--ignore", &options_.limits.rules.ignore)}) {
@@ -81,6 +84,7 @@ class TrafficFamily : public CommandFamily {
 
   CLI::App* command_ = nullptr;
   TrafficOptions options_;
+  CaptureArguments captures_;
   ReportArguments report_;
 };
 

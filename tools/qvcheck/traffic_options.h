@@ -1,11 +1,11 @@
 #pragma once
 
-#include "tools/qvcheck/connection_options.h"
+#include "tools/qvcheck/capture_options.h"
 #include "tools/qvcheck/report_options.h"
 
 namespace qv::check {
 
-struct TrafficOptions : ConnectionOptions {
+struct TrafficOptions : CaptureOptions {
   FindingLimits limits;
   bool failFast = false;
   ReportOptions report;

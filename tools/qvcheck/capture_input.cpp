@@ -1,0 +1,157 @@
+#include "tools/qvcheck/capture_input.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "capture/capture_opening.h"
+#include "capture/stream_pair_reader.h"
+#include "tools/qvcheck/escape.h"
+
+namespace qv::check {
+
+namespace {
+
+using capture::ByteSource;
+using capture::ByteStreamItems;
+using capture::Direction;
+
+// Passes a source on, counts its bytes and keeps how it begins.
+class ObservedSource : public ByteSource {
+ public:
+  ObservedSource(std::shared_ptr<ByteSource> source, InputRecord& record)
+      : source_(std::move(source)), record_(record) {}
+
+  std::size_t read(std::span<std::uint8_t> destination) override {
+    constexpr std::size_t kMost = 32;
+    const std::size_t count = source_->read(destination);
+    record_.bytes += count;
+    const std::size_t room = kMost - std::min(kMost, record_.head.size());
+    const auto kept = destination.first(std::min(count, room));
+    record_.head.insert(record_.head.end(), kept.begin(), kept.end());
+    return count;
+  }
+  std::optional<std::string> error() const override { return source_->error(); }
+
+ private:
+  std::shared_ptr<ByteSource> source_;
+  InputRecord& record_;
+};
+
+std::unique_ptr<InputRecord> recordFor(const std::string& name) {
+  auto record = std::make_unique<InputRecord>();
+  record->name = name;
+  record->format = "http";
+  record->fidelity = "exact";
+  return record;
+}
+
+std::string_view nameOf(capture::Fidelity fidelity) {
+  constexpr std::string_view kNames[] = {"exact", "reconstructed", "damaged"};
+  return kNames[static_cast<std::size_t>(fidelity)];
+}
+
+void complain(std::ostream& err, const std::string& name, const std::string& text) {
+  err << "qvcheck: " << escaped(name) << ": " << escaped(text) << '\n';
+}
+
+}  // namespace
+
+std::vector<std::unique_ptr<CaptureInput>> CaptureInput::all(const CaptureOptions& options) {
+  std::vector<std::unique_ptr<CaptureInput>> inputs;
+  if (options.hasStreams()) {
+    auto input = std::make_unique<CaptureInput>();
+    input->isPair_ = true;
+    for (const std::string& file : {options.requestFile, options.responseFile}) {
+      input->records_.push_back(recordFor(file));
+    }
+    inputs.push_back(std::move(input));
+  }
+  for (const std::string& name : options.inputs) {
+    auto input = std::make_unique<CaptureInput>();
+    input->records_.push_back(recordFor(name));
+    inputs.push_back(std::move(input));
+  }
+  return inputs;
+}
+
+std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ostream& err) {
+  std::shared_ptr<ByteSource> file;
+  if (record.name == "-") {
+    file = capture::FileSource::standardInput();
+  } else {
+    std::optional<std::string> error;
+    file = capture::FileSource::open(record.name, &error);
+    if (file == nullptr) {
+      complain(err, record.name, textOrNull(error));
+      return nullptr;
+    }
+  }
+  auto source = std::make_shared<ObservedSource>(std::move(file), record);
+  sources_.push_back(source);
+  return source;
+}
+
+bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err) {
+  std::shared_ptr<ByteStreamItems> streams[2];
+  for (const Direction direction : {Direction::toAccessory, Direction::toController}) {
+    InputRecord& record = this->record(direction);
+    if (record.name.empty()) continue;
+    const auto source = sourceOf(record, err);
+    if (source == nullptr) return false;
+    streams[static_cast<std::size_t>(direction)] = std::make_shared<ByteStreamItems>(
+        source, direction, capture::FramingLimits{options.maxMessageSize});
+  }
+  reader_ = std::make_unique<capture::StreamPairReader>(streams[0], streams[1]);
+  return true;
+}
+
+bool CaptureInput::open(const CaptureOptions& options, std::ostream& err) {
+  if (isPair_) return openStreams(options, err);
+  InputRecord& record = *records_.front();
+  const auto source = sourceOf(record, err);
+  if (source == nullptr) return false;
+  std::optional<std::string> error;
+  reader_ = capture::openCapture(
+      source, options.form, {capture::FramingLimits{options.maxMessageSize}, options.port}, &error);
+  if (reader_ != nullptr) return true;
+  complain(err, record.name, textOrNull(source->error() ? source->error() : error));
+  return false;
+}
+
+InputRecord& CaptureInput::record(Direction direction) {
+  return *records_[isPair_ && direction == Direction::toController ? 1 : 0];
+}
+
+std::size_t CaptureInput::number(std::size_t first) {
+  std::size_t count = 0;
+  for (const auto& record : records_) {
+    if (!record->name.empty()) record->input = first + count++;
+  }
+  return count;
+}
+
+const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostream& err) {
+  std::erase_if(records_, [](const auto& record) { return record->name.empty(); });
+  for (std::size_t i = 0; i < records_.size(); ++i) {
+    InputRecord& record = *records_[i];
+    std::optional<std::string> error = sources_[i]->error();
+    if (!isPair_) {
+      record.format = reader_->format();
+      if (record.fidelity != "damaged") record.fidelity = nameOf(reader_->fidelity());
+      if (!error) error = reader_->error();
+    }
+    if (!error) continue;
+    complain(err, record.name, *error);
+    record.complete = false;
+  }
+  return records_;
+}
+
+std::string_view CaptureInput::partName() const {
+  const std::string_view format = reader_->format();
+  if (format == "pcap" || format == "pcapng") return "packet";
+  if (format == "har") return "entry";
+  return format == "ndjson" ? "line" : "";
+}
+
+}  // namespace qv::check

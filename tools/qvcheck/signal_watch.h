@@ -1,0 +1,25 @@
+#pragma once
+
+#include <csignal>
+#include <cstddef>
+
+namespace qv::check {
+
+// Lets a run that is interrupted close its report, as long as it lives. A read that waits ends when
+// the signal comes.
+class SignalWatch {
+ public:
+  SignalWatch();
+  ~SignalWatch();
+  SignalWatch(const SignalWatch&) = delete;
+  SignalWatch& operator=(const SignalWatch&) = delete;
+
+  // The number of the signal that came, 0 while none did.
+  static int signal();
+
+ private:
+  static constexpr std::size_t kCount = 2;
+  struct sigaction before_[kCount] {};
+};
+
+}  // namespace qv::check
