@@ -13,6 +13,9 @@ constexpr std::size_t kMostHeldBytes = std::size_t{1} << 20;
 constexpr std::size_t kMostHeldItems = 256;
 // Requests that wait for a response at once; more are taken for unanswered.
 constexpr std::size_t kMostOpenRequests = 256;
+// Stretches of the requests that may hide some and that a response may still have to do with; the
+// oldest ones are taken together.
+constexpr std::size_t kMostRequestHoles = 64;
 
 std::size_t bytesOf(const StreamItem& item) {
   const auto* message = std::get_if<FramedMessage>(&item);
@@ -31,6 +34,16 @@ std::uint64_t endOf(const StreamItem& item) {
 bool isMissing(const StreamItem& item) {
   const auto* damage = std::get_if<Damage>(&item);
   return damage == nullptr || damage->kind == DamageKind::behindGap;
+}
+
+std::optional<PairingHole> holeOf(const StreamItem& item) {
+  if (const auto* damage = std::get_if<Damage>(&item)) {
+    if (!damage->mayHideMessages && damage->kind != DamageKind::behindGap) return std::nullopt;
+    return PairingHole{damage->offset, damage->offset + damage->length};
+  }
+  const Gap& gap = std::get<Gap>(item);
+  if (!gap.mayHideMessages) return std::nullopt;
+  return PairingHole{gap.offset, gap.offset + gap.length};
 }
 
 bool waitsForRequest(const ExchangeRecord& record) {
@@ -80,24 +93,19 @@ void ExchangePairing::addRequestItem(Held held) {
     open_.push_back(
         OpenRequest{requestCount_++, request->beginOffset, held.acknowledged, request->endKnown});
     if (open_.size() > kMostOpenRequests) open_.pop_front();
-  } else if (noteHole(held.record.item, requestHole_)) {
+  } else if (const std::optional<PairingHole> hole = holeOf(held.record.item)) {
+    noteRequestHole(*hole);
     uncertainty_ = isMissing(held.record.item) ? kRequestMissing : kRequestSkipped;
   }
   held.record.oldestOpenRequest = open_.empty() ? requestCount_ : open_.front().index;
   ready_.push_back(std::move(held.record));
 }
 
-// Whether the item may hide messages.
-bool ExchangePairing::noteHole(const StreamItem& item, std::optional<Hole>& hole) {
-  const auto* damage = std::get_if<Damage>(&item);
-  const auto* gap = std::get_if<Gap>(&item);
-  const bool hides = damage != nullptr
-                         ? damage->mayHideMessages || damage->kind == DamageKind::behindGap
-                         : gap->mayHideMessages;
-  if (!hides) return false;
-  const std::uint64_t begin = damage != nullptr ? damage->offset : gap->offset;
-  hole = Hole{begin, endOf(item)};
-  return true;
+void ExchangePairing::noteRequestHole(PairingHole hole) {
+  requestHoles_.push_back(hole);
+  if (requestHoles_.size() <= kMostRequestHoles) return;
+  requestHoles_.front().begin = 0;
+  requestHoles_.erase(requestHoles_.begin() + 1);
 }
 
 void ExchangePairing::release() {
@@ -121,14 +129,15 @@ void ExchangePairing::deliver(Held held) {
   ExchangeRecord& record = held.record;
   const FramedMessage* message = record.message();
   if (message == nullptr) {
-    if (noteHole(record.item, responseHole_)) {
+    if (const std::optional<PairingHole> hole = holeOf(record.item)) {
+      responseHole_ = hole;
       uncertainty_ = isMissing(record.item) ? kResponseMissing : kResponseSkipped;
     }
   } else {
     if (message->kind != MessageKind::event) pairResponse(held);
     if (!message->endKnown) {
       uncertainty_ = kResponseEndUnknown;
-      responseHole_ = Hole{message->beginOffset, message->endOffset};
+      responseHole_ = PairingHole{message->beginOffset, message->endOffset};
     }
   }
   record.oldestOpenRequest = open_.empty() ? requestCount_ : open_.front().index;
@@ -148,7 +157,10 @@ void ExchangePairing::pairResponse(Held& held) {
     request = openRequestFor(held);
     if (request == nullptr) record.unpairedReason = kNoRequest;
   } else if ((request = certainRequestFor(held)) != nullptr) {
-    uncertainty_ = {};
+    std::erase_if(requestHoles_,
+                  [&](const PairingHole& hole) { return hole.end <= request->begin; });
+    // Holes ahead are yet to be passed.
+    if (requestHoles_.empty()) uncertainty_ = {};
   } else {
     record.unpairedReason = uncertainty_;
     record.pairingUncertain = true;
@@ -161,7 +173,7 @@ void ExchangePairing::pairResponse(Held& held) {
   if (kind != MessageKind::response) return;
   if (!request->endKnown) {
     uncertainty_ = kRequestEndUnknown;
-    requestHole_ = Hole{request->begin, requestPosition_};
+    noteRequestHole({request->begin, requestPosition_});
   }
   closeRequests(request->index + 1);
 }
@@ -181,7 +193,10 @@ const ExchangePairing::OpenRequest* ExchangePairing::certainRequestFor(const Hel
   });
   if (last == open_.rend() || !last->endKnown) return nullptr;
   const auto received = static_cast<std::uint64_t>(std::max<std::int64_t>(*last->acknowledged, 0));
-  if (requestHole_ && requestHole_->end > last->begin) return nullptr;
+  const auto between = [&](const PairingHole& hole) {
+    return hole.end > last->begin && static_cast<std::int64_t>(hole.begin) < *held.acknowledged;
+  };
+  if (std::any_of(requestHoles_.begin(), requestHoles_.end(), between)) return nullptr;
   if (responseHole_ && responseHole_->end > received) return nullptr;
   return &*last;
 }

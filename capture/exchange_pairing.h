@@ -5,6 +5,7 @@
 #include <deque>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "capture/framed_message.h"
 #include "capture/tcp_segment.h"
@@ -35,6 +36,12 @@ struct ExchangeRecord {
   const FramedMessage* message() const { return std::get_if<FramedMessage>(&item); }
   const Damage* damage() const { return std::get_if<Damage>(&item); }
   const Gap* gap() const { return std::get_if<Gap>(&item); }
+};
+
+// A stretch of a direction that may hide messages.
+struct PairingHole {
+  std::uint64_t begin = 0;
+  std::uint64_t end = 0;
 };
 
 // Pairs the responses of one connection with its requests, in order (RFC 9112, section 9.3.2).
@@ -76,12 +83,6 @@ class QV_EXPORT ExchangePairing {
     std::optional<std::int64_t> acknowledged;
     std::size_t bytes = 0;
   };
-  // The last stretch of a direction that may hide messages.
-  struct Hole {
-    std::uint64_t begin = 0;
-    std::uint64_t end = 0;
-  };
-
   void addRequestItem(Held held);
   void release();
   bool mustWait(const Held& held) const;
@@ -92,7 +93,7 @@ class QV_EXPORT ExchangePairing {
   const OpenRequest* openRequestFor(const Held& held) const;
   const OpenRequest* certainRequestFor(const Held& held) const;
   void closeRequests(std::uint64_t before);
-  bool noteHole(const StreamItem& item, std::optional<Hole>& hole);
+  void noteRequestHole(PairingHole hole);
 
   std::uint64_t connection_;
   std::deque<ExchangeRecord> ready_;
@@ -103,9 +104,9 @@ class QV_EXPORT ExchangePairing {
   std::uint64_t requestPosition_ = 0;  // how much of their stream was added
   bool requestsFinished_ = false;
   bool pipelined_ = false;  // a request was sent before the response to the one before
-  std::optional<Hole> requestHole_;
-  std::optional<Hole> responseHole_;
-  std::string_view uncertainty_;  // why the pairing is not known; empty while it is
+  std::vector<PairingHole> requestHoles_;
+  std::optional<PairingHole> responseHole_;  // the last one
+  std::string_view uncertainty_;             // why the pairing is not known; empty while it is
 };
 
 }  // namespace qv::capture

@@ -93,16 +93,18 @@ std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ost
 
 bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err) {
   std::shared_ptr<ByteStreamItems> streams[2];
+  bool opened = true;
   for (const Direction direction : {Direction::toAccessory, Direction::toController}) {
     InputRecord& record = this->record(direction);
     if (record.name.empty()) continue;
     const auto source = sourceOf(record, err);
-    if (source == nullptr) return false;
+    opened = opened && source != nullptr;
+    if (source == nullptr) continue;
     streams[static_cast<std::size_t>(direction)] = std::make_shared<ByteStreamItems>(
         source, direction, capture::FramingLimits{options.maxMessageSize});
   }
   reader_ = std::make_unique<capture::StreamPairReader>(streams[0], streams[1]);
-  return true;
+  return opened;
 }
 
 bool CaptureInput::open(const CaptureOptions& options, std::ostream& err) {

@@ -63,6 +63,7 @@ void CaptureArguments::declare(CLI::App& command, CaptureOptions& options) {
                   "Profile to check against; may be repeated, the order counts")
       ->type_name("FILE")
       ->expected(1)
+      ->allow_extra_args(false)
       ->take_all();
   command
       .add_option("--request", options.requestFile,

@@ -92,10 +92,12 @@ void MessageChecker::closeRequests(std::uint64_t before) {
 void MessageChecker::reportGap(const capture::Gap& gap, Direction direction, InputRecord& input) {
   input.complete = false;
   report_.gap({connection_, nameOf(direction), gap.offset, gap.length});
-  Finding finding = remark("input.gap", Severity::warning,
-                           fmt::format("{} {} missing from the capture",
-                                       counted(gap.length, "byte"), gap.length == 1 ? "is" : "are"),
-                           gap.offset, gap.length);
+  Finding finding =
+      remark("input.gap", Severity::warning,
+             fmt::format("{} to the {} {} missing from the capture", counted(gap.length, "byte"),
+                         direction == Direction::toAccessory ? "accessory" : "controller",
+                         gap.length == 1 ? "is" : "are"),
+             gap.offset, gap.length);
   reportFinding(std::move(finding), std::nullopt, input);
 }
 

@@ -26,6 +26,7 @@ void ReportArguments::declare(CLI::App& command) {
                   "=FILE writes it there; may be repeated")
       ->type_name("FORM[=FILE]")
       ->expected(1)
+      ->allow_extra_args(false)
       ->take_all();
   command
       .add_option("--fail-on", failOn_, "Lowest severity of a finding that makes the exit code 1")

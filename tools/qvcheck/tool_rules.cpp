@@ -41,12 +41,45 @@ constexpr QVRule kRules[] = {
      "before has another length than it says. This is a fact about the input, not a fault of the "
      "peer. When a whole message may be lost, later responses of the connection are not judged.",
      "a stream of responses that begins with \"true}]}\""},
+    {"input.gap",
+     {},
+     "The input holds every byte that went over the wire. These were received by the other side, "
+     "as "
+     "its acknowledgements tell, and are in no packet of the capture: it missed packets, or cut "
+     "them short. Messages that lack bytes are not judged, and neither are responses whose request "
+     "is uncertain because of it. This is a fact about the input, not a fault of the peer. Give "
+     "the "
+     "capturing program a larger buffer and no snapshot length.",
+     "segments 1 to 1448 and 2897 to 4344, acknowledged up to 4344"},
     {"input.incomplete",
      {},
      "The input holds each message to its end. The capture stops inside a header or a body, so "
      "this message is shown but not judged. Record for longer, or close the connection before the "
      "recording ends.",
      "Content-Length: 100, and 40 bytes until the end of the file"},
+    {"input.left-out",
+     {},
+     "What the input holds is HTTP over TCP. Packets of a link type that is not read, or "
+     "connections on which no HTTP was seen, were left out. If one of them is the accessory's: it "
+     "may be encrypted, or --port is wrong.",
+     "a packet file with web traffic on port 443"},
+    {"input.limit",
+     {},
+     "What has to be remembered of an input keeps within bounds. Too many bytes waited for "
+     "others that were lost, or too many connections were open at once; the oldest were given up, "
+     "and what belongs to them is not judged.",
+     "20,000 connections that never end"},
+    {"input.no-events",
+     {},
+     "The input holds event notifications as well. An HTTP archive has requests and "
+     "their responses alone, so nothing is said about events.",
+     "household.har"},
+    {"input.overlap",
+     {},
+     "Bytes of a stream that come twice are the same both times. Two packets give different bytes "
+     "for the same place; the first ones count, as for most receivers. The usual cause is "
+     "equipment on the way that changes segments, or a test of such equipment.",
+     "sequence number 1: \"GET /\", and again sequence number 1: \"PUT /\""},
     {"input.too-large",
      {},
      "A message is no larger than the limit set for it. The limit of --max-message-size keeps the "

@@ -64,6 +64,7 @@ class TrafficFamily : public CommandFamily {
                      "Report this rule, or rules of this area, alone; may be repeated")
         ->type_name("RULE")
         ->expected(1)
+        ->allow_extra_args(false)
         ->take_all();
     command_
         ->add_option(
@@ -71,6 +72,7 @@ class TrafficFamily : public CommandFamily {
             "Do not report this rule, or rules of this area (json, json.*); may be repeated")
         ->type_name("RULE")
         ->expected(1)
+        ->allow_extra_args(false)
         ->take_all();
     command_
         ->add_option("--max-findings", options_.limits.mostFindings,
