@@ -139,6 +139,15 @@ class HTTPFramer::Impl {
     BodyBuilder(message_, limits_.messageBytes).keep(window_.view().first(count), window_.offset());
     window_.consume(count);
   }
+  void keepHeader(ByteView header) {
+    message_.header.assign(header.begin(), header.end());
+    message_.kind = messageKindOf(direction_, header);
+  }
+  Progress deliverCutHeader() {
+    keepHeader(window_.view());
+    message_.bodyOffset = window_.offset() + window_.view().size();
+    return deliverCut(Completeness::bytesMissing);
+  }
   void note(FramingNoteKind kind, std::string_view text, std::uint64_t offset,
             std::uint64_t length) {
     addNote(message_.notes, kind, text, offset, length);
@@ -239,8 +248,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readHeader() {
   if (!end && !overLimit && !isAtEnd()) return Progress::needsInput;
 
   const ByteView header = end ? bytes.first(end->headerLength) : bytes;
-  message_.header.assign(header.begin(), header.end());
-  message_.kind = messageKindOf(direction_, header);
+  keepHeader(header);
   window_.consume(end ? end->totalLength : bytes.size());
   message_.bodyOffset = window_.offset();
   if (end) return beginBody(readFramingFields(message_));
@@ -379,7 +387,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::enterGap() {
       // The first bytes of a start line, or empty lines.
       if (!window_.empty()) {
         beginMessage();
-        return deliverCut(Completeness::bytesMissing);
+        return deliverCutHeader();
       }
       if (itemOffset_ < window_.offset())
         return deliver(emptyLinesAtEnd(itemOffset_, window_.offset()));
@@ -389,6 +397,12 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::enterGap() {
       if (itemOffset_ < window_.offset())
         return deliver(damage_.damage(itemOffset_, window_.offset()));
       return deliverGap(true);
+    case State::header:
+      return deliverCutHeader();
+    case State::afterNoContent:
+      // What may be the beginning of a message is no stray body.
+      if (window_.empty()) break;
+      return deliverMessage();
     case State::contentLengthBody:
       if (gap_ > remaining_) break;
       remaining_ -= gap_;
