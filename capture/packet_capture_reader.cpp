@@ -71,6 +71,7 @@ class PacketCaptureReader : public CaptureReader {
   void note(const Connection& connection, const TCPEvent& event, InputNoteKind kind,
             std::string text);
   void close(std::uint64_t key);
+  void noteLeftOut(std::uint64_t count, std::string_view which);
   void finish();
 
   Direction directionOf(const Connection& connection, bool fromFirst) const {
@@ -86,6 +87,7 @@ class PacketCaptureReader : public CaptureReader {
   std::deque<CaptureEvent> ready_;
   std::uint64_t told_ = 0;
   std::uint64_t passedOver_ = 0;
+  std::uint64_t otherPorts_ = 0;
   bool ended_ = false;
 };
 
@@ -158,6 +160,7 @@ void PacketCaptureReader::open(const TCPEvent& event) {
     decide(connection, event.first.port == *port_, event.partialStart);
   } else {
     connection.isPassedOver = true;
+    ++otherPorts_;
   }
 }
 
@@ -257,15 +260,20 @@ void PacketCaptureReader::close(std::uint64_t key) {
 }
 
 void PacketCaptureReader::finish() {
-  if (passedOver_ == 0) return;
-  ready_.emplace_back(InputNote{InputNoteKind::connectionsSkipped,
-                                fmt::format("{} connection{} without HTTP left out", passedOver_,
-                                            passedOver_ == 1 ? "" : "s"),
-                                0,
-                                0,
-                                {},
-                                {},
-                                {}});
+  noteLeftOut(passedOver_, "without HTTP");
+  if (port_) noteLeftOut(otherPorts_, fmt::format("on other ports than {}", *port_));
+}
+
+void PacketCaptureReader::noteLeftOut(std::uint64_t count, std::string_view which) {
+  if (count == 0) return;
+  ready_.emplace_back(
+      InputNote{InputNoteKind::connectionsSkipped,
+                fmt::format("{} connection{} {} left out", count, count == 1 ? "" : "s", which),
+                0,
+                0,
+                {},
+                {},
+                {}});
 }
 
 }  // namespace

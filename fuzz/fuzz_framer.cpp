@@ -1,8 +1,11 @@
-// Frames a stream as a whole and in pieces. Both give the same items, the items account for every
-// byte, and what a message holds is what stands in the stream at the places that it names.
+// Frames a stream, of which a stretch may be missing, as a whole and in pieces. Both give the same
+// items, the items account for every byte, and what a message holds is what stands in the stream at
+// the places that it names.
 //
-// The input: a byte of switches (bit 0 the direction, bit 1 a small message limit, bits 4 to 7 the
-// number of piece sizes), that many sizes, which are used in turn, and the stream.
+// The input: a byte of switches (bit 0 the direction, bit 1 a small message limit, bit 2 whether
+// bytes are missing, bits 4 to 7 the number of piece sizes), that many sizes, which are used in
+// turn, where bit 2 asks for them a byte for the place of the gap and one for its length, and the
+// stream.
 
 #include <algorithm>
 #include <tuple>
@@ -23,10 +26,12 @@ void drain(HTTPFramer& framer, std::vector<StreamItem>& items) {
   while (auto item = framer.next()) items.push_back(std::move(*item));
 }
 
-std::vector<StreamItem> framed(ByteView stream, ByteView sizes, Direction direction,
-                               FramingLimits limits) {
-  HTTPFramer framer(direction, limits);
-  std::vector<StreamItem> items;
+struct Stretch {
+  std::size_t begin = 0;
+  std::size_t length = 0;
+};
+
+void feed(HTTPFramer& framer, ByteView stream, ByteView sizes, std::vector<StreamItem>& items) {
   for (std::size_t turn = 0; !stream.empty(); ++turn) {
     // A size of 0 feeds nothing, which must change nothing either; the next one makes up for it.
     const std::size_t size = sizes.empty() ? stream.size() : sizes[turn % sizes.size()];
@@ -36,6 +41,16 @@ std::vector<StreamItem> framed(ByteView stream, ByteView sizes, Direction direct
     drain(framer, items);
     stream = stream.subspan(piece.size());
   }
+}
+
+std::vector<StreamItem> framed(ByteView stream, Stretch missing, ByteView sizes,
+                               Direction direction, FramingLimits limits) {
+  HTTPFramer framer(direction, limits);
+  std::vector<StreamItem> items;
+  feed(framer, stream.first(missing.begin), sizes, items);
+  framer.skip(missing.length);
+  drain(framer, items);
+  feed(framer, stream.subspan(missing.begin + missing.length), sizes, items);
   framer.finish();
   drain(framer, items);
   return items;
@@ -50,6 +65,9 @@ auto facts(const BodySegment& segment) {
 auto facts(const Damage& damage) {
   return std::tie(damage.kind, damage.text, damage.offset, damage.length, damage.mayHideMessages);
 }
+auto facts(const Gap& gap) {
+  return std::tie(gap.offset, gap.length, gap.mayHideMessages);
+}
 auto facts(const FramedMessage& message) {
   return std::tie(message.direction, message.kind, message.beginOffset, message.endOffset,
                   message.headerOffset, message.header, message.bodyOffset, message.body,
@@ -61,6 +79,7 @@ bool same(const StreamItem& a, const StreamItem& b) {
   if (a.index() != b.index()) return false;
   if (const Damage* damage = std::get_if<Damage>(&a))
     return sameFacts(*damage, std::get<Damage>(b));
+  if (const Gap* gap = std::get_if<Gap>(&a)) return sameFacts(*gap, std::get<Gap>(b));
   const auto& one = std::get<FramedMessage>(a);
   const auto& other = std::get<FramedMessage>(b);
   return sameFacts(one, other) && std::ranges::equal(one.notes, other.notes, sameFacts) &&
@@ -100,17 +119,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FramingLimits limits;
   if (data[0] & 2) limits.messageBytes = kSmallLimit;
   const ByteView sizes = input.first(std::min<std::size_t>(data[0] >> 4, input.size()));
-  const ByteView stream = input.subspan(sizes.size());
+  ByteView stream = input.subspan(sizes.size());
+  Stretch missing;
+  if ((data[0] & 4) && stream.size() > 2) {
+    const std::size_t length = stream[1];
+    missing.begin = stream[0];
+    stream = stream.subspan(2);
+    missing.begin = std::min(missing.begin, stream.size());
+    missing.length = std::min(length, stream.size() - missing.begin);
+  }
 
-  const auto whole = framed(stream, {}, direction, limits);
+  const auto whole = framed(stream, missing, {}, direction, limits);
   expect(accountsForEveryByte(whole, stream.size()), "every byte is accounted for");
   for (const StreamItem& item : whole) {
     if (const auto* message = std::get_if<FramedMessage>(&item)) checkPlaces(*message, stream);
   }
-  const auto pieces = framed(stream, sizes, direction, limits);
+  const auto pieces = framed(stream, missing, sizes, direction, limits);
   expect(std::ranges::equal(whole, pieces, same), "pieces give the same items");
   const std::uint8_t one = 1;
-  const auto bytes = framed(stream, {&one, 1}, direction, limits);
+  const auto bytes = framed(stream, missing, {&one, 1}, direction, limits);
   expect(std::ranges::equal(whole, bytes, same), "single bytes give the same items");
   return 0;
 }

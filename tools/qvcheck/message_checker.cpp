@@ -44,7 +44,7 @@ void MessageChecker::check(const capture::ExchangeRecord& record) {
   InputRecord& input = record.direction == Direction::toAccessory ? requests_ : responses_;
   if (const capture::Gap* gap = record.gap()) {
     pairingUncertain_ = pairingUncertain_ || gap->mayHideMessages;
-    reportGap(*gap, record.direction, input);
+    reportGap(*gap, record, input);
   } else if (const capture::Damage* damage = record.damage()) {
     pairingUncertain_ = pairingUncertain_ || damage->mayHideMessages;
     reportDamage(*damage, record.direction, input);
@@ -89,15 +89,17 @@ void MessageChecker::closeRequests(std::uint64_t before) {
   }
 }
 
-void MessageChecker::reportGap(const capture::Gap& gap, Direction direction, InputRecord& input) {
+void MessageChecker::reportGap(const capture::Gap& gap, const capture::ExchangeRecord& record,
+                               InputRecord& input) {
   input.complete = false;
-  report_.gap({connection_, nameOf(direction), gap.offset, gap.length});
-  Finding finding =
-      remark("input.gap", Severity::warning,
-             fmt::format("{} to the {} {} missing from the capture", counted(gap.length, "byte"),
-                         direction == Direction::toAccessory ? "accessory" : "controller",
-                         gap.length == 1 ? "is" : "are"),
-             gap.offset, gap.length);
+  report_.gap({connection_, nameOf(record.direction), gap.offset, gap.length});
+  const bool toAccessory = record.direction == Direction::toAccessory;
+  Finding finding = remark(
+      "input.gap", Severity::warning,
+      fmt::format("{} to the {} {} missing from the capture ({})", counted(gap.length, "byte"),
+                  toAccessory ? "accessory" : "controller", gap.length == 1 ? "is" : "are",
+                  placeText(connection_, partName_, record.place.number)),
+      gap.offset, gap.length);
   reportFinding(std::move(finding), std::nullopt, input);
 }
 

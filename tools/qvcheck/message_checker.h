@@ -45,7 +45,8 @@ class MessageChecker {
   void closeRequests(std::uint64_t before);
   void reportDamage(const capture::Damage& damage, capture::Direction direction,
                     InputRecord& input);
-  void reportGap(const capture::Gap& gap, capture::Direction direction, InputRecord& input);
+  void reportGap(const capture::Gap& gap, const capture::ExchangeRecord& record,
+                 InputRecord& input);
   void reportMessage(const capture::ExchangeRecord& record, const capture::FramedMessage& message,
                      InputRecord& input);
   // Notes, once for each reason, that what a response answers is not known.

@@ -9,8 +9,7 @@ namespace qv::check {
 namespace {
 
 std::string what(const MessageRecord& record) {
-  std::string connection = fmt::format("connection {}", record.connection);
-  if (record.part > 0) connection += fmt::format(", {} {}", record.partName, record.part);
+  const std::string connection = placeText(record.connection, record.partName, record.part);
   const std::string target = escapedShort(record.method + " " + record.url);
   if (record.kind == "request") {
     return fmt::format("request {} ({})", target, connection);
@@ -28,6 +27,12 @@ std::string what(const MessageRecord& record) {
 
 std::string counted(std::size_t count, std::string_view noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+std::string placeText(std::size_t connection, std::string_view partName, std::uint64_t part) {
+  std::string text = fmt::format("connection {}", connection);
+  if (part > 0) text += fmt::format(", {} {}", partName, part);
+  return text;
 }
 
 std::string headingOf(const MessageRecord& record) {
