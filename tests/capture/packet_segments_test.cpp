@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 
+#include "capture/ip_fragments.h"
 #include "tests/capture/packet_language.h"
 #include "tests/support/expectations.h"
 
@@ -65,6 +67,64 @@ TEST(PacketSegments, AreUsedUpToACut) {
                 expected);
     }
   }
+}
+
+// Gives a file in two pieces and tells when somebody waits for the second.
+class WaitingSource : public ByteSource {
+ public:
+  WaitingSource(const Bytes& bytes, std::size_t first) : bytes_(bytes), first_(first) {}
+  std::size_t read(std::span<std::uint8_t> destination) override {
+    if (given_ == first_) waitedFor = true;
+    const std::size_t end = given_ < first_ ? first_ : bytes_.size();
+    const std::size_t count = std::min(destination.size(), end - given_);
+    std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(given_), count, destination.begin());
+    given_ += count;
+    return count;
+  }
+  bool waitedFor = false;
+
+ private:
+  Bytes bytes_;
+  std::size_t first_;
+  std::size_t given_ = 0;
+};
+
+TEST(PacketSegments, ComeAsSoonAsTheirPacketIsThere) {
+  for (const qv::test::Case& begin :
+       {qv::test::Case{"pcap:LE,us,101", "packet ip4 tcp \"GET\""},
+        qv::test::Case{"shb:LE", "idb:101", "epb:0 ip4 tcp \"GET\""}}) {
+    qv::test::Case lines = begin;
+    lines.push_back(lines.back());
+    const auto source =
+        std::make_shared<WaitingSource>(packetFileOf(lines), packetFileOf(begin).size());
+    const auto segments = PacketSegments::open(source);
+    EXPECT_TRUE(segments->next());
+    EXPECT_FALSE(source->waitedFor);
+    EXPECT_TRUE(segments->next());
+    EXPECT_FALSE(segments->next());
+  }
+}
+
+TEST(IPFragments, StayWithinTheirLimits) {
+  IPFragments fragments({.packets = 3, .bytes = 1900});
+  const Bytes bytes(800);
+  const auto add = [&](std::uint32_t identification, std::size_t length) {
+    IPPacket packet;
+    packet.payload = {ByteView(bytes).first(length), length};
+    packet.isFragment = packet.moreFragments = true;
+    packet.identification = identification;
+    fragments.add(packet, {.number = identification, .timeNs = {}});
+    return std::pair(fragments.overLimits().count, fragments.overLimits().first.number);
+  };
+  using Counts = std::pair<std::uint64_t, std::uint64_t>;
+  EXPECT_EQ(add(1, 8), Counts(0, 0));
+  EXPECT_EQ(add(2, 8), Counts(0, 0));
+  EXPECT_EQ(add(3, 8), Counts(0, 0));
+  EXPECT_EQ(add(4, 8), Counts(1, 1));    // too many packets
+  EXPECT_EQ(add(5, 800), Counts(2, 1));  // and again
+  EXPECT_EQ(add(6, 800), Counts(4, 1));  // and too many bytes
+  fragments.finish();
+  EXPECT_EQ(fragments.incomplete().count, 2u);
 }
 
 TEST(Endpoint, PrintsLikeAnAddressWithItsPort) {
