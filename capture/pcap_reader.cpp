@@ -6,9 +6,10 @@
 #include <array>
 #include <cerrno>
 #include <exception>
+#include <memory>
+#include <new>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "capture/packet_reader.h"
 #include "capture/wire_numbers.h"
@@ -69,9 +70,7 @@ extern "C" ssize_t readPcapInput(void* cookie, char* buffer, std::size_t size) {
 
 class PcapReader final : public PacketReader {
  public:
-  explicit PcapReader(std::shared_ptr<ByteSource> source) : buffer_(kBuffer) {
-    input_.source = std::move(source);
-  }
+  explicit PcapReader(std::shared_ptr<ByteSource> source) { input_.source = std::move(source); }
   ~PcapReader() override {
     if (pcap_ != nullptr) pcap_close(pcap_);  // closes the file
   }
@@ -87,7 +86,7 @@ class PcapReader final : public PacketReader {
                     {.read = readPcapInput, .write = nullptr, .seek = nullptr, .close = nullptr});
     if (file == nullptr) throw std::bad_alloc();
     // A read of a buffered FILE waits for what it needs, not for a full buffer.
-    std::setvbuf(file, buffer_.data(), _IOFBF, buffer_.size());
+    std::setvbuf(file, buffer_.get(), _IOFBF, kBuffer);
     char text[PCAP_ERRBUF_SIZE] = "";
     pcap_ = pcap_fopen_offline_with_tstamp_precision(file, PCAP_TSTAMP_PRECISION_NANO, text);
     if (pcap_ == nullptr) std::fclose(file);
@@ -152,7 +151,7 @@ class PcapReader final : public PacketReader {
   }
 
   PcapInput input_;
-  std::vector<char> buffer_;
+  std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(kBuffer);
   pcap_t* pcap_ = nullptr;
   std::uint32_t linkType_ = 0;
   std::size_t recordHeader_ = kRecordHeader;

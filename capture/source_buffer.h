@@ -20,7 +20,7 @@ class SourceBuffer {
   ByteView atLeast(std::size_t count) {
     while (end_ - begin_ < count && readMore()) {
     }
-    return ByteView(bytes_).subspan(begin_, std::min(count, end_ - begin_));
+    return {bytes_.get() + begin_, std::min(count, end_ - begin_)};
   }
 
   // False when the source ends before.
@@ -45,21 +45,25 @@ class SourceBuffer {
   static constexpr std::size_t kFirstSize = std::size_t{64} << 10;
 
   bool readMore() {
-    if (begin_ > 0) {
-      std::copy(at(begin_), at(end_), bytes_.begin());
-      end_ -= std::exchange(begin_, 0);
+    if (end_ - begin_ == size_) {
+      // Not filled beforehand, so that small inputs touch little memory.
+      const std::size_t size = std::max(kFirstSize, 2 * size_);
+      auto larger = std::make_unique_for_overwrite<std::uint8_t[]>(size);
+      std::copy_n(bytes_.get() + begin_, end_ - begin_, larger.get());
+      bytes_ = std::move(larger);
+      size_ = size;
+    } else if (begin_ > 0) {
+      std::copy(bytes_.get() + begin_, bytes_.get() + end_, bytes_.get());
     }
-    if (end_ == bytes_.size()) bytes_.resize(std::max(kFirstSize, 2 * bytes_.size()));
-    const std::size_t count = source_->read(std::span(bytes_).subspan(end_));
+    end_ -= std::exchange(begin_, 0);
+    const std::size_t count = source_->read({bytes_.get() + end_, size_ - end_});
     end_ += count;
     return count > 0;
   }
-  Bytes::iterator at(std::size_t index) {
-    return bytes_.begin() + static_cast<std::ptrdiff_t>(index);
-  }
 
   std::shared_ptr<ByteSource> source_;
-  Bytes bytes_;
+  std::unique_ptr<std::uint8_t[]> bytes_;
+  std::size_t size_ = 0;
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
   std::uint64_t position_ = 0;
