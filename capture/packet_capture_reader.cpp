@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <deque>
 #include <map>
 #include <string>
@@ -20,6 +21,8 @@ namespace {
 // What is kept of each direction while it is not known which side is the accessory; older bytes
 // held no start line.
 constexpr std::size_t kMostUndecidedBytes = std::size_t{64} << 10;
+// The same of all connections together; beyond, each keeps its last packet.
+constexpr std::size_t kMostUndecidedInAll = std::size_t{16} << 20;
 // Where nothing that looks like HTTP came in so many bytes, a connection is about something else.
 constexpr std::uint64_t kMostBytesWithoutHTTP = std::uint64_t{16} << 20;
 
@@ -28,13 +31,13 @@ struct Undecided {
   struct Piece {
     bool fromFirst = false;
     Bytes bytes;
-    std::uint64_t offset = 0;
     std::uint64_t missing = 0;  // of a gap
     CapturePlace place;
     std::optional<std::int64_t> acknowledged;
   };
   AccessorySide side;
   std::deque<Piece> pieces;
+  std::array<std::uint64_t, 2> dropped{};  // bytes before the pieces: of the first side, the other
   std::size_t held = 0;
   std::uint64_t seen = 0;
 };
@@ -52,13 +55,14 @@ struct Connection {
 
 class PacketCaptureReader : public CaptureReader {
  public:
-  PacketCaptureReader(std::unique_ptr<PacketSegments> segments, std::optional<std::uint16_t> port,
-                      FramingLimits limits)
-      : segments_(std::move(segments)), port_(port), limits_(limits) {}
+  PacketCaptureReader(std::shared_ptr<ByteSource> source, std::unique_ptr<PacketSegments> segments,
+                      std::optional<std::uint16_t> port, FramingLimits limits)
+      : source_(std::move(source)), segments_(std::move(segments)), port_(port), limits_(limits) {}
 
   std::optional<CaptureEvent> next() override;
   std::string_view format() const override { return segments_->format(); }
   Fidelity fidelity() const override { return Fidelity::exact; }
+  std::optional<std::string> error() const override { return source_->error(); }
 
  private:
   bool advance();
@@ -79,12 +83,14 @@ class PacketCaptureReader : public CaptureReader {
                                                     : Direction::toAccessory;
   }
 
+  std::shared_ptr<ByteSource> source_;
   std::unique_ptr<PacketSegments> segments_;
   std::optional<std::uint16_t> port_;
   FramingLimits limits_;
   TCPConnections tcp_;
   std::map<std::uint64_t, Connection> connections_;
   std::deque<CaptureEvent> ready_;
+  std::size_t undecidedBytes_ = 0;
   std::uint64_t told_ = 0;
   std::uint64_t passedOver_ = 0;
   std::uint64_t otherPorts_ = 0;
@@ -192,21 +198,26 @@ void PacketCaptureReader::hold(Connection& connection, const TCPEvent& event) {
   Undecided::Piece piece;
   piece.fromFirst = event.fromFirst;
   piece.bytes.assign(event.bytes.begin(), event.bytes.end());
-  piece.offset = event.offset;
   piece.missing = event.kind == TCPEventKind::gap ? event.length : 0;
   piece.place = event.place;
   piece.acknowledged = event.acknowledged;
   undecided.held += piece.bytes.size();
+  undecidedBytes_ += piece.bytes.size();
   undecided.seen += piece.bytes.size();
   undecided.pieces.push_back(std::move(piece));
   const AccessorySide::Answer answer = undecided.side.look(event.fromFirst, event.bytes);
-  while (undecided.held > kMostUndecidedBytes && undecided.pieces.size() > 1) {
-    undecided.held -= undecided.pieces.front().bytes.size();
+  while ((undecided.held > kMostUndecidedBytes || undecidedBytes_ > kMostUndecidedInAll) &&
+         undecided.pieces.size() > 1) {
+    const Undecided::Piece& oldest = undecided.pieces.front();
+    undecided.held -= oldest.bytes.size();
+    undecidedBytes_ -= oldest.bytes.size();
+    undecided.dropped[oldest.fromFirst ? 0 : 1] += oldest.bytes.size() + oldest.missing;
     undecided.pieces.pop_front();
   }
   if (answer != AccessorySide::Answer::unknown) {
     decide(connection, answer == AccessorySide::Answer::first, connection.partialStart);
   } else if (undecided.seen > kMostBytesWithoutHTTP) {
+    undecidedBytes_ -= undecided.held;
     connection.undecided.reset();
     connection.isPassedOver = true;
     ++passedOver_;
@@ -225,14 +236,16 @@ void PacketCaptureReader::decide(Connection& connection, bool firstIsAccessory, 
   // What was dropped meanwhile held no message.
   std::array<std::uint64_t, 2> offsets{};
   if (undecided != nullptr) {
-    for (auto piece = undecided->pieces.rbegin(); piece != undecided->pieces.rend(); ++piece) {
-      offsets[static_cast<std::size_t>(directionOf(connection, piece->fromFirst))] = piece->offset;
+    for (const bool first : {true, false}) {
+      offsets[static_cast<std::size_t>(directionOf(connection, first))] =
+          undecided->dropped[first ? 0 : 1];
     }
   }
   connection.conversation = std::make_unique<HTTPConversation>(
       connection.number, partialStart, offsets, limits_,
       [this](ExchangeRecord record) { ready_.emplace_back(std::move(record)); });
   if (undecided == nullptr) return;
+  undecidedBytes_ -= undecided->held;
   for (const Undecided::Piece& piece : undecided->pieces) {
     pass(connection, piece.fromFirst, piece, piece.bytes);
   }
@@ -254,6 +267,7 @@ void PacketCaptureReader::close(std::uint64_t key) {
     connection.conversation->finish();
     ready_.emplace_back(ConnectionClosed{connection.number});
   } else if (connection.undecided != nullptr && connection.undecided->seen > 0) {
+    undecidedBytes_ -= connection.undecided->held;
     ++passedOver_;
   }
   connections_.erase(found);
@@ -281,9 +295,10 @@ void PacketCaptureReader::noteLeftOut(std::uint64_t count, std::string_view whic
 std::unique_ptr<CaptureReader> openPacketCapture(std::shared_ptr<ByteSource> source,
                                                  std::optional<std::uint16_t> accessoryPort,
                                                  FramingLimits limits, ErrorSlot errorDescription) {
-  auto segments = PacketSegments::open(std::move(source), errorDescription);
+  auto segments = PacketSegments::open(source, errorDescription);
   if (segments == nullptr) return nullptr;
-  return std::make_unique<PacketCaptureReader>(std::move(segments), accessoryPort, limits);
+  return std::make_unique<PacketCaptureReader>(std::move(source), std::move(segments),
+                                               accessoryPort, limits);
 }
 
 }  // namespace qv::capture
