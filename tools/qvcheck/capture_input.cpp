@@ -149,6 +149,11 @@ const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostrea
   return records_;
 }
 
+const std::string& CaptureInput::name() const {
+  const bool isFirst = records_.size() == 1 || !records_.front()->name.empty();
+  return (isFirst ? records_.front() : records_.back())->name;
+}
+
 std::string_view CaptureInput::partName() const {
   const std::string_view format = reader_->format();
   if (format == "pcap" || format == "pcapng") return "packet";

@@ -33,6 +33,8 @@ class CaptureInput {
   std::size_t number(std::size_t first);
   // "packet", "entry", "line"; empty where the form has no numbered parts.
   std::string_view partName() const;
+  // Of its first file.
+  const std::string& name() const;
 
  private:
   std::shared_ptr<capture::ByteSource> sourceOf(InputRecord& record, std::ostream& err);

@@ -58,13 +58,9 @@ void MessageChecker::finish() {
   closeRequests(UINT64_MAX);
   if (unanswered_ == 0 || pairingUncertain_) return;
   const SentRequest& first = *firstUnanswered_;
-  Finding finding = remark(
-      "input.unanswered", Severity::note,
-      fmt::format("{} no response in the capture; {} message {}, {} {}",
-                  unanswered_ == 1 ? "1 request has" : fmt::format("{} requests have", unanswered_),
-                  unanswered_ == 1 ? "it is" : "the first is", first.message, first.method,
-                  shortened(first.url)),
-      first.offset, 0);
+  const std::string target = first.method + " " + shortened(first.url);
+  Finding finding = remark("input.unanswered", Severity::note,
+                           unansweredText(unanswered_, first.message, target), first.offset, 0);
   reportFinding(std::move(finding), std::nullopt, requests_);
 }
 

@@ -109,6 +109,13 @@ bool Report::hasOutcome(ExitCode code) const {
   return std::ranges::find(account_.outcomes, code) != account_.outcomes.end();
 }
 
+void Report::add(const Summary& account) {
+  for (const ExitCode code : account.outcomes) noteOutcome(code);
+  account_.ignored += account.ignored;
+  account_.stoppedEarly = account_.stoppedEarly || account.stoppedEarly;
+  account_.complete = account_.complete && account.complete;
+}
+
 void Report::noteStoppedEarly() {
   account_.stoppedEarly = true;
   noteIncomplete();

@@ -212,6 +212,10 @@ class Report : public ReportSink {
   bool keeps(std::string_view rule) const { return limits_.rules.keeps(rule); }
   bool hasOutcome(ExitCode code) const;
 
+  // Adds what another account says besides its records: outcomes, findings ignored, an early stop.
+  void add(const Summary& account);
+  const Summary& account() const { return account_; }
+
   void noteOutcome(ExitCode code);
   void noteIncomplete() { account_.complete = false; }
   void noteStoppedEarly();

@@ -6,6 +6,7 @@
 
 #include "tools/qvcheck/capture_check.h"
 #include "tools/qvcheck/capture_input.h"
+#include "tools/qvcheck/input_workers.h"
 #include "tools/qvcheck/output_files.h"
 #include "tools/qvcheck/profile_loading.h"
 #include "tools/qvcheck/signal_watch.h"
@@ -39,9 +40,19 @@ bool checkInput(const TrafficOptions& options, CaptureInput& input, Report& repo
 }
 
 void checkInputs(const TrafficOptions& options, Report& report, std::ostream& err) {
+  const auto inputs = CaptureInput::all(options);
   std::size_t number = 1;
-  for (const auto& input : CaptureInput::all(options)) {
-    number += input->number(number);
+  for (const auto& input : inputs) number += input->number(number);
+  if (options.jobs > 1 && inputs.size() > 1) {
+    const WorkerTask task = {inputs.size(), options.limits.rules, options.report.failOn,
+                             [&](std::size_t index, Report& part, std::ostream& complaints) {
+                               return checkInput(options, *inputs[index], part, complaints);
+                             },
+                             [&](std::size_t index) { return inputs[index]->name(); }};
+    runInWorkers(task, options.jobs, report, err);
+    return;
+  }
+  for (const auto& input : inputs) {
     if (!checkInput(options, *input, report, err)) return;
   }
 }

@@ -33,6 +33,12 @@ class TrafficFamily : public CommandFamily {
     command_->footer(kExamples);
     captures_.declare(*command_, options_);
     declareLimits();
+    command_
+        ->add_option("--jobs", options_.jobs,
+                     "Worker processes that check inputs side by side; the report stays the same")
+        ->type_name("N")
+        ->check(checkedCountAboveZero)
+        ->capture_default_str();
     report_.declare(*command_);
   }
 

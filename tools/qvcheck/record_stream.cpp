@@ -1,0 +1,313 @@
+#include "tools/qvcheck/record_stream.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <concepts>
+#include <cstring>
+#include <map>
+#include <type_traits>
+
+#include "tools/qvcheck/report_texts.h"
+
+namespace qv::check {
+
+namespace {
+
+constexpr char kInput = 'i';
+constexpr char kConnection = 'c';
+constexpr char kMessage = 'm';
+constexpr char kFinding = 'f';
+constexpr char kGap = 'g';
+constexpr char kEnd = 'e';
+
+constexpr std::string_view kWords[] = {
+    "",      "to_accessory", "to_controller", "request",    "response", "event", "unknown",
+    "entry", "packet",       "line",          "start_line", "header",   "body",
+};
+
+// One list of fields for each record, for writing and for reading.
+template <class R, class Record>
+concept Is = std::same_as<std::remove_const_t<R>, Record>;
+
+template <class F, Is<ByteRange> R>
+void fields(F&& f, R& r) {
+  f(r.offset, r.length);
+}
+template <class F, Is<InputRecord> R>
+void fields(F&& f, R& r) {
+  f(r.input, r.name, r.format, r.fidelity, r.bytes, r.complete);
+}
+template <class F, Is<ConnectionRecord> R>
+void fields(F&& f, R& r) {
+  f(r.connection, r.input, r.client, r.server, r.partialStart);
+}
+template <class F, Is<MessageRecord> R>
+void fields(F&& f, R& r) {
+  f(r.message, r.connection, r.direction, r.kind, r.className, r.answers, r.timeNs, r.part,
+    r.partName, r.method, r.url, r.code, r.inputName, r.offset, r.headerLength, r.bodyLength,
+    r.contentType, r.verdict, r.reason, r.errorDescription);
+}
+template <class F, Is<Excerpt> R>
+void fields(F&& f, R& r) {
+  f(r.offset, r.bytes, r.mark, r.notShown, r.asText);
+}
+template <class F, Is<DefinitionPlace> R>
+void fields(F&& f, R& r) {
+  f(r.kind, r.name, r.uuid, r.file, r.line);
+}
+template <class F, Is<Location> R>
+void fields(F&& f, R& r) {
+  f(r.input, r.name, r.part, r.byteOffset, r.byteLength, r.tlv8Path, r.jsonPointer, r.line,
+    r.column);
+}
+template <class F, Is<Finding> R>
+void fields(F&& f, R& r) {
+  f(r.finding, r.message, r.rule, r.severity, r.fromTool, r.text, r.location, r.expected, r.actual,
+    r.definition, r.hint, r.excerpt, r.markup);
+}
+template <class F, Is<GapRecord> R>
+void fields(F&& f, R& r) {
+  f(r.connection, r.direction, r.offset, r.bytes);
+}
+// What the records themselves do not tell.
+template <class F, Is<Summary> R>
+void fields(F&& f, R& r) {
+  f(r.ignored, r.stoppedEarly, r.complete, r.outcomes);
+}
+template <class F, Is<WorkerEnd> R>
+void fields(F&& f, R& r) {
+  f(r.goesOn, r.account, r.complaints);
+}
+
+template <class T>
+concept Plain = std::is_arithmetic_v<T> || std::is_enum_v<T>;
+
+struct Encoder {
+  std::string& out;
+
+  template <class... T>
+  void operator()(const T&... values) {
+    (put(values), ...);
+  }
+  template <Plain T>
+  void put(const T& value) {
+    out.append(reinterpret_cast<const char*>(&value), sizeof value);
+  }
+  void put(std::string_view text) {
+    put(text.size());
+    out += text;
+  }
+  void put(const std::string& text) { put(std::string_view(text)); }
+  template <class T>
+  void put(const std::vector<T>& values) {
+    put(values.size());
+    for (const T& value : values) put(value);
+  }
+  template <class T>
+  void put(const std::optional<T>& value) {
+    put(value.has_value());
+    if (value) put(*value);
+  }
+  template <class Record>
+  requires(!Plain<Record>) void put(const Record& record) { fields(*this, record); }
+};
+
+// Of what an Encoder wrote, in the same process image, so that the form need not be checked.
+struct Decoder {
+  std::string_view in;
+
+  template <class... T>
+  void operator()(T&... values) {
+    (get(values), ...);
+  }
+  std::string_view take(std::size_t count) {
+    const std::string_view taken = in.substr(0, count);
+    in.remove_prefix(taken.size());
+    return taken;
+  }
+  template <Plain T>
+  void get(T& value) {
+    const std::string_view bytes = take(sizeof value);
+    std::memcpy(&value, bytes.data(), bytes.size());
+  }
+  std::string_view text() {
+    std::size_t size = 0;
+    get(size);
+    return take(size);
+  }
+  void get(std::string& value) { value = text(); }
+  void get(std::string_view& value) { value = wordOfRecords(text()).value_or(std::string_view()); }
+  template <class T>
+  void get(std::vector<T>& values) {
+    std::size_t size = 0;
+    get(size);
+    values.resize(size);
+    for (T& value : values) get(value);
+  }
+  template <class T>
+  void get(std::optional<T>& value) {
+    bool has = false;
+    get(has);
+    value.reset();
+    if (has) get(value.emplace());
+  }
+  template <class Record>
+  requires(!Plain<Record>) void get(Record& record) { fields(*this, record); }
+};
+
+template <class Record>
+Record decoded(std::string_view bytes) {
+  Record record;
+  Decoder{bytes}.get(record);
+  return record;
+}
+
+}  // namespace
+
+std::optional<std::string_view> wordOfRecords(std::string_view word) {
+  const auto* found = std::ranges::find(kWords, word);
+  if (found == std::end(kWords)) return std::nullopt;
+  return *found;
+}
+
+template <class Record>
+void RecordWriter::write(char type, const Record& record) {
+  constexpr std::size_t kWrittenAtOnce = 1 << 16;
+  const std::size_t start = buffer_.size();
+  Encoder encoder{buffer_};
+  encoder(std::size_t{0}, type);
+  encoder.put(record);
+  const std::size_t length = buffer_.size() - start - sizeof(std::size_t);
+  std::memcpy(buffer_.data() + start, &length, sizeof length);
+  if (buffer_.size() >= kWrittenAtOnce) writeOut();
+}
+
+bool RecordWriter::writeOut() {
+  std::string_view left = buffer_;
+  while (!left.empty() && !failed_) {
+    const ssize_t count = ::write(descriptor_, left.data(), left.size());
+    if (count >= 0) {
+      left.remove_prefix(static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      failed_ = true;
+    }
+  }
+  buffer_.clear();
+  return !failed_;
+}
+
+void RecordWriter::input(const InputRecord& record) {
+  write(kInput, record);
+}
+void RecordWriter::connection(const ConnectionRecord& record) {
+  write(kConnection, record);
+}
+void RecordWriter::message(const MessageRecord& record) {
+  write(kMessage, record);
+}
+void RecordWriter::finding(const Finding& record) {
+  write(kFinding, record);
+}
+void RecordWriter::gap(const GapRecord& record) {
+  write(kGap, record);
+}
+
+bool RecordWriter::end(const WorkerEnd& record) {
+  write(kEnd, record);
+  return writeOut();
+}
+
+std::optional<std::string_view> RecordReplay::bytes(std::size_t count) {
+  constexpr std::size_t kReadAtOnce = 1 << 16;
+  while (buffer_.size() - position_ < count) {
+    buffer_.erase(0, position_);
+    position_ = 0;
+    const std::size_t before = buffer_.size();
+    buffer_.resize(before + std::max(kReadAtOnce, count - before));
+    const ssize_t got = ::pread(descriptor_, buffer_.data() + before, buffer_.size() - before,
+                                static_cast<off_t>(read_));
+    const bool again = got < 0 && errno == EINTR;
+    buffer_.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    if (got <= 0 && !again) return std::nullopt;
+    read_ += buffer_.size() - before;
+  }
+  const std::string_view taken = std::string_view(buffer_).substr(position_, count);
+  position_ += count;
+  return taken;
+}
+
+bool RecordReplay::next(ReportSink& sink) {
+  const auto head = bytes(sizeof(std::size_t));
+  if (!head) return false;
+  std::size_t length = 0;
+  std::memcpy(&length, head->data(), sizeof length);
+  const auto record = bytes(length);
+  if (!record) return false;
+  const std::string_view body = record->substr(1);
+  switch (record->front()) {
+    case kInput:
+      sink.input(decoded<InputRecord>(body));
+      break;
+    case kConnection:
+      sink.connection(decoded<ConnectionRecord>(body));
+      break;
+    case kMessage:
+      sink.message(decoded<MessageRecord>(body));
+      break;
+    case kFinding:
+      sink.finding(decoded<Finding>(body));
+      break;
+    case kGap:
+      sink.gap(decoded<GapRecord>(body));
+      break;
+    default:
+      end_ = decoded<WorkerEnd>(body);
+  }
+  return true;
+}
+
+RenumberingSink::RenumberingSink(Report& report, std::size_t inputs)
+    : report_(report),
+      inputs_(inputs),
+      connections_(report.nextConnection() - 1),
+      messages_(report.nextMessage() - 1) {}
+
+void RenumberingSink::input(const InputRecord& record) {
+  InputRecord renumbered = record;
+  renumbered.input += inputs_;
+  report_.input(renumbered);
+}
+
+void RenumberingSink::connection(const ConnectionRecord& record) {
+  ConnectionRecord renumbered = record;
+  renumbered.connection += connections_;
+  renumbered.input += inputs_;
+  report_.connection(renumbered);
+}
+
+void RenumberingSink::message(const MessageRecord& record) {
+  MessageRecord renumbered = record;
+  renumbered.message += messages_;
+  renumbered.connection += connections_;
+  if (renumbered.answers) *renumbered.answers += messages_;
+  report_.message(renumbered);
+}
+
+void RenumberingSink::finding(const Finding& record) {
+  Finding renumbered = record;
+  renumbered.finding = report_.nextFinding();
+  if (renumbered.message) *renumbered.message += messages_;
+  if (renumbered.location.input) *renumbered.location.input += inputs_;
+  renumberText(renumbered, connections_, messages_);
+  report_.finding(renumbered);
+}
+
+void RenumberingSink::gap(const GapRecord& record) {
+  GapRecord renumbered = record;
+  renumbered.connection += connections_;
+  report_.gap(renumbered);
+}
+
+}  // namespace qv::check
