@@ -46,6 +46,9 @@ TEST_P(Jobs, changeNothingInTheReport) {
   const Outcome alone = runTool(arguments);
   const std::string records = contentOf(folder.path("run.ndjson"));
   EXPECT_NE(records, "");
+  const Outcome saved = runTool({"report", folder.path("run.ndjson")});
+  EXPECT_EQ(saved.out, alone.out);
+  EXPECT_EQ(saved.exit, alone.exit);
   for (const char* jobs : {"2", "4", "99"}) {
     std::vector<std::string> several = arguments;
     several.insert(several.end(), {"--jobs", jobs});

@@ -52,6 +52,14 @@ TEST_P(Traffic, reportsAsExpected) {
   expectContent(source + "/expected.ndjson",
                 replaced(contentOf(folder.path("run.ndjson")), folder.path(""), ""));
 
+  const std::string saved = folder.path("run.ndjson");
+  const Outcome again = runTool(
+      {"report", "--output", "text", "--output", "ndjson=" + folder.path("again.ndjson"), saved});
+  EXPECT_EQ(again.exit, outcome.exit);
+  EXPECT_EQ(again.err, "");
+  EXPECT_EQ(again.out, outcome.out);
+  EXPECT_EQ(contentOf(folder.path("again.ndjson")), contentOf(saved));
+
   arguments = {"show"};
   arguments.insert(arguments.end(), inputs.begin(), inputs.end());
   const Outcome shown = runTool(arguments);

@@ -27,6 +27,7 @@ class CommandFamily {
 };
 
 std::unique_ptr<CommandFamily> makeTrafficFamily();
+std::unique_ptr<CommandFamily> makeReportFamily();
 std::unique_ptr<CommandFamily> makeShowFamily();
 std::unique_ptr<CommandFamily> makeProfileFamily();
 std::unique_ptr<CommandFamily> makeRulesFamily();

@@ -23,8 +23,9 @@ constexpr const char* kExamples =
     "70 fault of the tool itself, 128+n ended by signal n.";
 
 // In the order of the help.
-constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {
-    makeTrafficFamily, makeShowFamily, makeProfileFamily, makeValueFamily, makeRulesFamily};
+constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {makeTrafficFamily, makeReportFamily,
+                                                             makeShowFamily,    makeProfileFamily,
+                                                             makeValueFamily,   makeRulesFamily};
 
 }  // namespace
 

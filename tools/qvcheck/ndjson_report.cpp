@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "qvparsersupport/common/base64.h"
 #include "qvparsersupport/common/version.h"
 
 namespace qv::check {
@@ -50,6 +51,20 @@ JSON definitionJSON(const std::optional<DefinitionPlace>& definition) {
   return json;
 }
 
+JSON excerptJSON(const std::optional<Excerpt>& excerpt) {
+  if (!excerpt) return {};
+  std::string bytes;
+  appendBase64(bytes, excerpt->bytes);
+  JSON json;
+  json["offset"] = excerpt->offset;
+  json["bytes_base64"] = std::move(bytes);
+  json["mark_offset"] = excerpt->mark.offset;
+  json["mark_length"] = excerpt->mark.length;
+  json["not_shown"] = excerpt->notShown;
+  json["as_text"] = excerpt->asText;
+  return json;
+}
+
 }  // namespace
 
 void NDJSONReport::run(const RunRecord& record) {
@@ -57,8 +72,8 @@ void NDJSONReport::run(const RunRecord& record) {
   json["type"] = "run";
   json["schema"] = "qv.run/1";
   json["tool"] = "qvcheck";
-  json["tool_version"] = QVCHECK_VERSION;
-  json["library_version"] = QVParserSupportVersionNumber;
+  json["tool_version"] = record.toolVersion.value_or(QVCHECK_VERSION);
+  json["library_version"] = record.libraryVersion.value_or(QVParserSupportVersionNumber);
   json["command"] = record.command;
   JSON options = JSON::object();
   for (const auto& [name, value] : record.options) {
@@ -123,6 +138,7 @@ void NDJSONReport::message(const MessageRecord& record) {
   // As a text, because it is beyond 2^53.
   json["time_ns"] = record.timeNs ? JSON(std::to_string(*record.timeNs)) : JSON();
   json["part"] = record.part > 0 ? JSON(record.part) : JSON();
+  json["part_name"] = record.part > 0 ? orNull(record.partName) : JSON();
   json["method"] = orNull(record.method);
   json["url"] = orNull(record.url);
   json["code"] = orNull(record.code);
@@ -150,6 +166,8 @@ void NDJSONReport::finding(const Finding& record) {
   json["actual"] = orNull(record.actual);
   json["definition"] = definitionJSON(record.definition);
   json["hint"] = orNull(record.hint);
+  json["excerpt"] = excerptJSON(record.excerpt);
+  json["markup"] = orNull(record.markup);
   write(out_, json);
 }
 
@@ -177,6 +195,7 @@ void NDJSONReport::summary(const Summary& record) {
   json["findings_ignored"] = record.ignored;
   json["stopped_early"] = record.stoppedEarly;
   json["complete"] = record.complete;
+  json["verdict"] = orNull(record.verdict);
   json["exit"] = record.exit;
   json["outcomes"] = JSON::array();
   for (const ExitCode code : record.outcomes) json["outcomes"].push_back(static_cast<int>(code));

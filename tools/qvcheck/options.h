@@ -5,6 +5,7 @@
 
 #include "tools/qvcheck/profile_options.h"
 #include "tools/qvcheck/report.h"
+#include "tools/qvcheck/saved_run_options.h"
 #include "tools/qvcheck/show_options.h"
 #include "tools/qvcheck/traffic_options.h"
 #include "tools/qvcheck/value_options.h"
@@ -19,7 +20,7 @@ struct Answer {
 };
 
 // One alternative for each command, with what it needs.
-using Command = std::variant<Answer, TrafficOptions, ShowOptions, ProfileCheckOptions,
-                             ProfileOutputOptions, ValueOptions>;
+using Command = std::variant<Answer, TrafficOptions, SavedRunOptions, ShowOptions,
+                             ProfileCheckOptions, ProfileOutputOptions, ValueOptions>;
 
 }  // namespace qv::check

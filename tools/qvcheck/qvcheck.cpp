@@ -5,6 +5,7 @@
 
 #include "tools/qvcheck/command_line.h"
 #include "tools/qvcheck/profile_command.h"
+#include "tools/qvcheck/saved_run_command.h"
 #include "tools/qvcheck/show_command.h"
 #include "tools/qvcheck/traffic_command.h"
 #include "tools/qvcheck/value_command.h"
@@ -24,6 +25,9 @@ struct Runner {
   }
   int operator()(const TrafficOptions& options) const {
     return runTraffic(options, out, err, outIsTerminal);
+  }
+  int operator()(const SavedRunOptions& options) const {
+    return runReport(options, out, err, outIsTerminal);
   }
   int operator()(const ShowOptions& options) const {
     return runShow(options, out, err, outIsTerminal);

@@ -22,6 +22,30 @@ constexpr Outcome kOutcomes[] = {
     {ExitCode::clean, "nothing at or above --fail-on"},
 };
 
+bool holds(const std::vector<ExitCode>& outcomes, ExitCode code) {
+  return std::ranges::find(outcomes, code) != outcomes.end();
+}
+
+void noteIn(std::vector<ExitCode>& outcomes, ExitCode code) {
+  if (!holds(outcomes, code)) outcomes.push_back(code);
+}
+
+// Puts the outcomes in their order, and decides the exit code by them.
+void close(Summary& account, bool judging, int signal) {
+  // That nothing is judged with a refused profile goes without saying.
+  const bool refused = holds(account.outcomes, ExitCode::profileRefused);
+  if (judging && !refused && account.judged == 0) {
+    noteIn(account.outcomes, ExitCode::nothingJudged);
+  }
+  std::vector<ExitCode> ordered;
+  for (const Outcome& outcome : kOutcomes) {
+    if (holds(account.outcomes, outcome.code)) ordered.push_back(outcome.code);
+  }
+  if (ordered.empty()) ordered.push_back(ExitCode::clean);
+  account.outcomes = std::move(ordered);
+  account.exit = signal != 0 ? 128 + signal : static_cast<int>(account.outcomes.front());
+}
+
 }  // namespace
 
 std::string_view nameOf(Severity severity) {
@@ -38,6 +62,44 @@ std::string_view meaningOf(ExitCode code) {
   const auto* row = std::find_if(std::begin(kOutcomes), std::end(kOutcomes),
                                  [&](const Outcome& outcome) { return outcome.code == code; });
   return row->meaning;
+}
+
+std::optional<ExitCode> exitCodeOf(int number) {
+  for (const Outcome& outcome : kOutcomes) {
+    if (static_cast<int>(outcome.code) == number) return outcome.code;
+  }
+  return std::nullopt;
+}
+
+void SummaryTotal::add(const Summary& summary) {
+  total_.messages += summary.messages;
+  total_.judged += summary.judged;
+  total_.faulty += summary.faulty;
+  for (const auto& [reason, count] : summary.notJudged) total_.notJudged[reason] += count;
+  for (const auto& [rule, count] : summary.findings) total_.findings[rule] += count;
+  total_.leftOut += summary.leftOut;
+  total_.mostFindings = std::max(total_.mostFindings, summary.mostFindings);
+  total_.ignored += summary.ignored;
+  total_.stoppedEarly = total_.stoppedEarly || summary.stoppedEarly;
+  total_.complete = total_.complete && summary.complete;
+  for (const ExitCode code : summary.outcomes) noteIn(total_.outcomes, code);
+  if (runSignal_ == 0 && summary.exit > 128) runSignal_ = summary.exit - 128;
+  // What decided one run decided no other.
+  total_.verdict = ++runs_ == 1 ? summary.verdict : "";
+}
+
+void SummaryTotal::noteLoss(bool damaged) {
+  if (damaged) noteIn(total_.outcomes, ExitCode::inputDamaged);
+  total_.complete = false;
+}
+
+Summary SummaryTotal::closed(int signal) const {
+  Summary summary = total_;
+  // These hold for the whole, not for one run of it.
+  std::erase(summary.outcomes, ExitCode::clean);
+  std::erase(summary.outcomes, ExitCode::nothingJudged);
+  close(summary, judging_, signal != 0 ? signal : runSignal_);
+  return summary;
 }
 
 void Report::run(const RunRecord& record) {
@@ -106,7 +168,7 @@ void Report::summary(const Summary& record) {
 }
 
 bool Report::hasOutcome(ExitCode code) const {
-  return std::ranges::find(account_.outcomes, code) != account_.outcomes.end();
+  return holds(account_.outcomes, code);
 }
 
 void Report::add(const Summary& account) {
@@ -122,24 +184,12 @@ void Report::noteStoppedEarly() {
 }
 
 void Report::noteOutcome(ExitCode code) {
-  if (!hasOutcome(code)) account_.outcomes.push_back(code);
+  noteIn(account_.outcomes, code);
 }
 
 int Report::finish(bool judging, int signal) {
-  // That nothing is judged with a refused profile goes without saying.
-  const bool refused = hasOutcome(ExitCode::profileRefused);
-  if (judging && !refused && account_.judged == 0) noteOutcome(ExitCode::nothingJudged);
-  std::vector<ExitCode> ordered;
-  for (const Outcome& outcome : kOutcomes) {
-    const auto& noted = account_.outcomes;
-    if (std::find(noted.begin(), noted.end(), outcome.code) != noted.end()) {
-      ordered.push_back(outcome.code);
-    }
-  }
-  if (ordered.empty()) ordered.push_back(ExitCode::clean);
-  account_.outcomes = std::move(ordered);
   account_.mostFindings = limits_.mostFindings;
-  account_.exit = signal != 0 ? 128 + signal : static_cast<int>(account_.outcomes.front());
+  close(account_, judging, signal);
   summary(account_);
   return account_.exit;
 }

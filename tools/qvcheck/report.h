@@ -26,6 +26,9 @@ std::string_view nameOf(Verdict verdict);
 struct RunRecord {
   std::string command;
   std::vector<std::pair<std::string, std::string>> options;
+  // Of the tool that ran, when it is not this one.
+  std::optional<std::string> toolVersion;
+  std::optional<double> libraryVersion;
 };
 
 struct ProfileRecord {
@@ -143,6 +146,8 @@ enum class ExitCode : int {
   clean = 0,
 };
 std::string_view meaningOf(ExitCode code);
+// Null for a number that is none of them.
+std::optional<ExitCode> exitCodeOf(int number);
 
 struct Summary {
   std::size_t messages = 0;
@@ -158,6 +163,24 @@ struct Summary {
   std::vector<ExitCode> outcomes;  // all that apply, in the order above
   int exit = 0;                    // the first of them, or 128 + the signal that ended the run
   std::string verdict;             // what decided, in words, where the outcomes do not say it
+};
+
+// The account of several runs as one.
+class SummaryTotal {
+ public:
+  // `judging` tells whether the runs judge messages at all.
+  explicit SummaryTotal(bool judging) : judging_(judging) {}
+
+  void add(const Summary& summary);
+  void noteLoss(bool damaged);
+  // `signal` is the number of the signal that ended it, 0 for none.
+  Summary closed(int signal) const;
+
+ private:
+  bool judging_;
+  std::size_t runs_ = 0;
+  int runSignal_ = 0;  // that ended the first run that was ended by one
+  Summary total_;
 };
 
 // Receives the records of one run in order. `finding` follows the message that it belongs to.

@@ -19,6 +19,14 @@ ColorChoice colorChoiceNamed(std::string_view name) {
 }
 
 void ReportArguments::declare(CLI::App& command) {
+  declareOutputs(command);
+  command
+      .add_option("--fail-on", failOn_, "Lowest severity of a finding that makes the exit code 1")
+      ->check(CLI::IsMember({"error", "warning", "note", "never"}))
+      ->capture_default_str();
+}
+
+void ReportArguments::declareOutputs(CLI::App& command) {
   command_ = &command;
   command
       .add_option("--output", outputs_,
@@ -28,10 +36,6 @@ void ReportArguments::declare(CLI::App& command) {
       ->expected(1)
       ->allow_extra_args(false)
       ->take_all();
-  command
-      .add_option("--fail-on", failOn_, "Lowest severity of a finding that makes the exit code 1")
-      ->check(CLI::IsMember({"error", "warning", "note", "never"}))
-      ->capture_default_str();
   command.add_flag("--quiet", quiet_,
                    "Only one line for each finding: file:offset: severity[rule]: text");
   declareColor(command, color_);

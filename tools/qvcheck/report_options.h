@@ -34,6 +34,8 @@ struct ReportOptions {
 class ReportArguments {
  public:
   void declare(CLI::App& command);
+  // Without --fail-on, for a command that finds nothing itself.
+  void declareOutputs(CLI::App& command);
   // What is wrong with them, for a command that reads these inputs; null, with `options` filled in,
   // when nothing is.
   std::optional<std::string> read(const std::vector<std::string>& inputs,

@@ -1,0 +1,216 @@
+#include "tools/qvcheck/saved_run_command.h"
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <utility>
+
+#include "capture/byte_source.h"
+#include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/output_files.h"
+#include "tools/qvcheck/record_stream.h"
+#include "tools/qvcheck/saved_run_reader.h"
+#include "tools/qvcheck/signal_watch.h"
+
+namespace qv::check {
+
+namespace {
+
+void complain(std::ostream& err, const std::string& file, const std::string& text) {
+  err << "qvcheck: " << escaped(file) << ": " << escaped(text) << '\n';
+}
+
+std::unique_ptr<SavedRunReader> openRun(const std::string& file, std::string& error) {
+  std::optional<std::string> why;
+  auto source = capture::FileSource::open(file, &why);
+  if (source != nullptr) return std::make_unique<SavedRunReader>(std::move(source));
+  error = textOrNull(why);
+  return nullptr;
+}
+
+// How a run began.
+class RunCatcher : public ReportSink {
+ public:
+  void run(const RunRecord& record) override { caught = record; }
+  void profile(const ProfileRecord&) override {}
+  void input(const InputRecord&) override {}
+  void connection(const ConnectionRecord&) override {}
+  void message(const MessageRecord&) override {}
+  void finding(const Finding&) override {}
+  void gap(const GapRecord&) override {}
+  void summary(const Summary&) override {}
+
+  std::optional<RunRecord> caught;
+};
+
+// What all runs were asked for: every option with each of its values once.
+class MergedRun {
+ public:
+  void add(const RunRecord& run) {
+    if (!merged_) {
+      merged_ = run;
+      merged_->options.clear();
+    }
+    judging_ = judging_ || run.command == "traffic";
+    for (const auto& option : run.options) {
+      if (!seen_.insert(option).second) continue;
+      const auto name = std::ranges::find(values_, option.first, &Values::first);
+      if (name != values_.end()) {
+        name->second.push_back(option.second);
+      } else {
+        values_.emplace_back(option.first, std::vector{option.second});
+      }
+    }
+  }
+
+  bool judging() const { return judging_; }
+  // Null when no run could be read.
+  std::optional<RunRecord> record() const {
+    std::optional<RunRecord> record = merged_;
+    for (const auto& [name, values] : values_) {
+      for (const std::string& value : values) record->options.emplace_back(name, value);
+    }
+    return record;
+  }
+
+ private:
+  using Values = std::pair<std::string, std::vector<std::string>>;
+
+  std::optional<RunRecord> merged_;
+  bool judging_ = false;
+  std::vector<Values> values_;
+  std::set<std::pair<std::string, std::string>> seen_;
+};
+
+// Files that the run was given, each of which took a number.
+std::size_t inputsOf(const RunRecord& run) {
+  const auto isInput = [](const auto& option) {
+    return option.first == "input" || option.first == "request" || option.first == "response";
+  };
+  return static_cast<std::size_t>(std::ranges::count_if(run.options, isInput));
+}
+
+std::optional<Severity> failOnOf(const RunRecord& run) {
+  for (const auto& [name, value] : run.options) {
+    if (name != "fail-on") continue;
+    for (const Severity severity : {Severity::error, Severity::warning, Severity::note}) {
+      if (nameOf(severity) == value) return severity;
+    }
+    return std::nullopt;
+  }
+  return Severity::error;
+}
+
+// One saved run on its way into the whole report.
+class SavedRun : public ReportSink {
+ public:
+  SavedRun(Report& whole, std::size_t inputsBefore, std::set<std::string>& profiles)
+      : whole_(whole), renumbering_(whole, inputsBefore), profiles_(profiles) {}
+
+  void run(const RunRecord& record) override {
+    inputs_ = inputsOf(record);
+    // Keeps the account that a run without a summary lacks.
+    counted_ = std::make_unique<Report>(std::vector<ReportSink*>{&renumbering_}, failOnOf(record));
+    counted_->setLimits({{}, SIZE_MAX});
+  }
+  void profile(const ProfileRecord& record) override {
+    counted_->profile(record);
+    if (profiles_.insert(identityOf(record)).second) whole_.profile(record);
+  }
+  void input(const InputRecord& record) override {
+    inputs_ = std::max(inputs_, record.input);
+    counted_->input(record);
+  }
+  void connection(const ConnectionRecord& record) override { counted_->connection(record); }
+  void message(const MessageRecord& record) override { counted_->message(record); }
+  void finding(const Finding& record) override { counted_->finding(record); }
+  void gap(const GapRecord& record) override { counted_->gap(record); }
+  void summary(const Summary& record) override { summary_ = record; }
+
+  std::size_t inputs() const { return inputs_; }
+  // Its summary, or what was counted of a run that is not whole; null without any record.
+  std::optional<Summary> account() const {
+    if (summary_ || counted_ == nullptr) return summary_;
+    return counted_->account();
+  }
+
+ private:
+  static std::string identityOf(const ProfileRecord& profile) {
+    std::string identity = profile.file + '\n' + profile.text.value_or("") + '\n';
+    for (const std::size_t number : {std::size_t{profile.accepted}, profile.enums, profile.tlv8s,
+                                     profile.characteristics, profile.services}) {
+      identity += std::to_string(number) + '\n';
+    }
+    return identity;
+  }
+
+  Report& whole_;
+  RenumberingSink renumbering_;
+  std::set<std::string>& profiles_;
+  std::unique_ptr<Report> counted_;
+  std::size_t inputs_ = 0;
+  std::optional<Summary> summary_;
+};
+
+// Writes the runs to the report and answers the account of all of them.
+class Merger {
+ public:
+  Merger(Report& whole, std::ostream& err, bool judging)
+      : whole_(whole), err_(err), total_(judging) {}
+
+  void add(const std::string& file) {
+    std::string error;
+    const auto reader = openRun(file, error);
+    SavedRun saved(whole_, inputs_, profiles_);
+    if (reader != nullptr) {
+      while (SignalWatch::signal() == 0 && reader->next(saved)) {
+      }
+      error = reader->error().value_or("");
+    }
+    inputs_ += saved.inputs();
+    if (const auto account = saved.account()) total_.add(*account);
+    const bool isWhole = reader != nullptr && reader->isWhole();
+    if (!isWhole) total_.noteLoss(SignalWatch::signal() == 0);
+    if (!error.empty()) complain(err_, file, error);
+  }
+
+  int finish() {
+    const Summary summary = total_.closed(SignalWatch::signal());
+    whole_.summary(summary);
+    return summary.exit;
+  }
+
+ private:
+  Report& whole_;
+  std::ostream& err_;
+  std::size_t inputs_ = 0;
+  std::set<std::string> profiles_;
+  SummaryTotal total_;
+};
+
+}  // namespace
+
+int runReport(const SavedRunOptions& options, std::ostream& out, std::ostream& err,
+              bool outIsTerminal) {
+  // The options of all runs stand in the first record, so every file is begun twice.
+  MergedRun merged;
+  for (const std::string& file : options.files) {
+    std::string error;
+    RunCatcher first;
+    const auto reader = openRun(file, error);
+    if (reader != nullptr && reader->next(first) && first.caught) merged.add(*first.caught);
+  }
+  const auto run = merged.record();
+  return writeReport(options.report, out, err, outIsTerminal, merged.judging(), [&](Report& whole) {
+    const SignalWatch watch;
+    whole.setLimits({{}, SIZE_MAX});
+    if (run) whole.run(*run);
+    Merger merger(whole, err, merged.judging());
+    for (const std::string& file : options.files) {
+      if (SignalWatch::signal() == 0) merger.add(file);
+    }
+    return merger.finish();
+  });
+}
+
+}  // namespace qv::check
