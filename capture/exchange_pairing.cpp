@@ -84,7 +84,12 @@ std::optional<ExchangeRecord> ExchangePairing::next() {
 }
 
 void ExchangePairing::addRequestItem(Held held) {
-  requestPosition_ = std::max(requestPosition_, endOf(held.record.item));
+  // A gap that begins behind the items so far is inside of the message that comes next: what the
+  // accessory had received there is known with that message.
+  const auto* gap = std::get_if<Gap>(&held.record.item);
+  if (gap == nullptr || gap->offset <= requestPosition_) {
+    requestPosition_ = std::max(requestPosition_, endOf(held.record.item));
+  }
   if (const FramedMessage* request = held.record.message()) {
     if (!open_.empty() && held.acknowledged && open_.back().acknowledged == held.acknowledged) {
       pipelined_ = true;
