@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -29,6 +30,12 @@ std::shared_ptr<FileSource> FileSource::standardInput() {
 
 FileSource::~FileSource() {
   if (owned_) ::close(descriptor_);
+}
+
+std::optional<std::uint64_t> FileSource::size() const {
+  struct stat status {};
+  if (::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return static_cast<std::uint64_t>(status.st_size);
 }
 
 std::size_t FileSource::read(std::span<std::uint8_t> destination) {

@@ -40,6 +40,10 @@ class QV_EXPORT FileSource : public ByteSource {
   std::size_t read(std::span<std::uint8_t> destination) override;
   std::optional<std::string> error() const override { return error_; }
 
+  // Of a regular file; null for what a read may have to wait for.
+  std::optional<std::uint64_t> size() const;
+  int descriptor() const { return descriptor_; }
+
  private:
   FileSource(int descriptor, bool owned) : descriptor_(descriptor), owned_(owned) {}
   int descriptor_;

@@ -30,8 +30,9 @@ void CaptureCheck::take(const capture::ExchangeRecord& record) {
 }
 
 void CaptureCheck::take(const capture::InputNote& note) {
-  InputRecord& input = input_.record(note.direction.value_or(capture::Direction::toAccessory));
-  Finding finding = findingForInput(note, input);
+  const InputRecord& input =
+      input_.record(note.direction.value_or(capture::Direction::toAccessory));
+  Finding finding = findingForInput(note);
   finding.finding = report_.nextFinding();
   finding.location.input = input.input;
   finding.location.name = input.name;

@@ -6,6 +6,8 @@
 #include "capture/capture_opening.h"
 #include "capture/stream_pair_reader.h"
 #include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/input_findings.h"
+#include "tools/qvcheck/signal_watch.h"
 
 namespace qv::check {
 
@@ -14,6 +16,29 @@ namespace {
 using capture::ByteSource;
 using capture::ByteStreamItems;
 using capture::Direction;
+
+// Of what a signal ended nothing is complained.
+void complain(std::ostream& err, const std::string& name, const std::string& text) {
+  if (SignalWatch::signal() != 0) return;
+  err << "qvcheck: " << escaped(name) << ": " << escaped(text) << '\n';
+}
+
+// A pipe, a terminal or the like. A signal ends it like its end.
+class WaitingSource : public ByteSource {
+ public:
+  WaitingSource(std::shared_ptr<capture::FileSource> file, std::function<void()> beforeWaiting)
+      : file_(std::move(file)), beforeWaiting_(std::move(beforeWaiting)) {}
+
+  std::size_t read(std::span<std::uint8_t> destination) override {
+    beforeWaiting_();
+    return SignalWatch::waitFor(file_->descriptor()) ? file_->read(destination) : 0;
+  }
+  std::optional<std::string> error() const override { return file_->error(); }
+
+ private:
+  std::shared_ptr<capture::FileSource> file_;
+  std::function<void()> beforeWaiting_;
+};
 
 // Passes a source on, counts its bytes and keeps how it begins.
 class ObservedSource : public ByteSource {
@@ -50,10 +75,6 @@ std::string_view nameOf(capture::Fidelity fidelity) {
   return kNames[static_cast<std::size_t>(fidelity)];
 }
 
-void complain(std::ostream& err, const std::string& name, const std::string& text) {
-  err << "qvcheck: " << escaped(name) << ": " << escaped(text) << '\n';
-}
-
 }  // namespace
 
 std::vector<std::unique_ptr<CaptureInput>> CaptureInput::all(const CaptureOptions& options) {
@@ -75,7 +96,7 @@ std::vector<std::unique_ptr<CaptureInput>> CaptureInput::all(const CaptureOption
 }
 
 std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ostream& err) {
-  std::shared_ptr<ByteSource> file;
+  std::shared_ptr<capture::FileSource> file;
   if (record.name == "-") {
     file = capture::FileSource::standardInput();
   } else {
@@ -86,7 +107,9 @@ std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ost
       return nullptr;
     }
   }
-  auto source = std::make_shared<ObservedSource>(std::move(file), record);
+  std::shared_ptr<ByteSource> bytes = file;
+  if (!file->size()) bytes = std::make_shared<WaitingSource>(file, beforeWaiting_);
+  auto source = std::make_shared<ObservedSource>(std::move(bytes), record);
   sources_.push_back(source);
   return source;
 }
@@ -132,6 +155,13 @@ std::size_t CaptureInput::number(std::size_t first) {
   return count;
 }
 
+std::optional<std::string> CaptureInput::error() const {
+  for (const auto& source : sources_) {
+    if (source->error()) return source->error();
+  }
+  return reader_->error();
+}
+
 const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostream& err) {
   std::erase_if(records_, [](const auto& record) { return record->name.empty(); });
   for (std::size_t i = 0; i < records_.size(); ++i) {
@@ -142,9 +172,12 @@ const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostrea
       if (record.fidelity != "damaged") record.fidelity = nameOf(reader_->fidelity());
       if (!error) error = reader_->error();
     }
-    if (!error) continue;
-    complain(err, record.name, *error);
-    record.complete = false;
+    if (SignalWatch::signal() != 0) record.complete = false;
+    if (error) {
+      complain(err, record.name, *error);
+      record.complete = false;
+    }
+    record.lost = lossTexts(record, reader_->fidelity());
   }
   return records_;
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "capture/capture_reader.h"
@@ -21,12 +23,16 @@ class CaptureInput {
   // opened yet.
   static std::vector<std::unique_ptr<CaptureInput>> all(const CaptureOptions& options);
 
+  // To be called whenever a read may have to wait, as one of a pipe.
+  void beforeWaiting(std::function<void()> call) { beforeWaiting_ = std::move(call); }
   // False, with a complaint, when it cannot be read at all.
   bool open(const CaptureOptions& options, std::ostream& err);
 
-  capture::CaptureReader& reader() { return *reader_; }
+  capture::CaptureReader& reader() const { return *reader_; }
   // The file that holds what went in that direction.
   InputRecord& record(capture::Direction direction);
+  // Why reading stopped before the end.
+  std::optional<std::string> error() const;
   // At the end: what is to be said of each file; complains of what could not be read.
   const std::vector<std::unique_ptr<InputRecord>>& close(std::ostream& err);
   // Numbers its files from `first` on and answers how many there are.
@@ -41,6 +47,7 @@ class CaptureInput {
   bool openStreams(const CaptureOptions& options, std::ostream& err);
 
   bool isPair_ = false;
+  std::function<void()> beforeWaiting_ = [] {};
   std::vector<std::unique_ptr<InputRecord>> records_;
   std::unique_ptr<capture::CaptureReader> reader_;
   std::vector<std::shared_ptr<capture::ByteSource>> sources_;

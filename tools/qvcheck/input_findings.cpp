@@ -4,7 +4,11 @@
 #include <iterator>
 #include <string>
 
+#include <fmt/format.h>
+
+#include "tools/qvcheck/capture_input.h"
 #include "tools/qvcheck/finding_builder.h"
+#include "tools/qvcheck/report_texts.h"
 
 namespace qv::check {
 
@@ -12,7 +16,7 @@ namespace {
 
 using capture::InputNoteKind;
 
-enum class Loss : std::uint8_t { none, incomplete, damaged };
+enum class Loss : std::uint8_t { none, end, bytes, part, events };
 
 struct NoteRow {
   InputNoteKind kind;
@@ -22,22 +26,100 @@ struct NoteRow {
 };
 
 constexpr NoteRow kRows[] = {
-    {InputNoteKind::truncated, "input.incomplete", Severity::note, Loss::incomplete},
-    {InputNoteKind::unreadablePart, "input.damaged", Severity::warning, Loss::damaged},
+    {InputNoteKind::truncated, "input.incomplete", Severity::note, Loss::end},
+    {InputNoteKind::unreadablePart, "input.damaged", Severity::warning, Loss::part},
     {InputNoteKind::unsupportedPackets, "input.left-out", Severity::note, Loss::none},
     {InputNoteKind::conflictingOverlap, "input.overlap", Severity::note, Loss::none},
-    {InputNoteKind::reassemblyLimit, "input.limit", Severity::warning, Loss::incomplete},
+    {InputNoteKind::reassemblyLimit, "input.limit", Severity::warning, Loss::bytes},
     {InputNoteKind::connectionsSkipped, "input.left-out", Severity::note, Loss::none},
-    {InputNoteKind::eventsNotHeld, "input.no-events", Severity::note, Loss::none},
+    {InputNoteKind::eventsNotHeld, "input.no-events", Severity::note, Loss::events},
+};
+
+const NoteRow& rowFor(InputNoteKind kind) {
+  return *std::ranges::find(kRows, kind, &NoteRow::kind);
+}
+
+struct LossKeeper {
+  CaptureInput& input;
+
+  void operator()(const capture::ConnectionOpened&) const {}
+  void operator()(const capture::ConnectionClosed&) const {}
+
+  void operator()(const capture::InputNote& note) const {
+    InputRecord& record = input.record(note.direction.value_or(capture::Direction::toAccessory));
+    InputLosses& losses = record.losses;
+    switch (rowFor(note.kind).loss) {
+      case Loss::none:
+        break;
+      case Loss::end:
+        losses.endsEarly = true;
+        break;
+      case Loss::bytes:
+        losses.bytesGivenUp = true;
+        break;
+      case Loss::part:
+        ++losses.damagedParts;
+        break;
+      case Loss::events:
+        losses.holdsNoEvents = true;
+        break;
+    }
+    mark(record);
+  }
+
+  void operator()(const capture::ExchangeRecord& exchange) const {
+    InputRecord& record = input.record(exchange.direction);
+    InputLosses& losses = record.losses;
+    if (const capture::Gap* gap = exchange.gap()) {
+      ++losses.gaps;
+      losses.bytesMissing += gap->length;
+    } else if (const capture::Damage* damage = exchange.damage()) {
+      const bool counts = damage->kind != capture::DamageKind::emptyLines &&
+                          damage->kind != capture::DamageKind::behindGap;
+      if (counts) ++losses.damagedParts;
+      if (damage->kind == capture::DamageKind::behindGap) record.complete = false;
+    } else {
+      const capture::Completeness completeness = exchange.message()->completeness;
+      losses.endsEarly = losses.endsEarly || completeness == capture::Completeness::headerCut ||
+                         completeness == capture::Completeness::bodyCut;
+    }
+    mark(record);
+  }
+
+  static void mark(InputRecord& record) {
+    const InputLosses& losses = record.losses;
+    if (losses.gaps > 0 || losses.endsEarly || losses.bytesGivenUp) record.complete = false;
+    if (losses.damagedParts > 0) record.fidelity = "damaged";
+  }
 };
 
 }  // namespace
 
-Finding findingForInput(const capture::InputNote& note, InputRecord& input) {
-  const auto* row = std::ranges::find(kRows, note.kind, &NoteRow::kind);
-  if (row->loss == Loss::incomplete) input.complete = false;
-  if (row->loss == Loss::damaged) input.fidelity = "damaged";
-  return remark(row->rule, row->severity, note.text, note.offset, note.length);
+Finding findingForInput(const capture::InputNote& note) {
+  const NoteRow& row = rowFor(note.kind);
+  return remark(row.rule, row.severity, note.text, note.offset, note.length);
+}
+
+void noteLosses(const capture::CaptureEvent& event, CaptureInput& input) {
+  std::visit(LossKeeper{input}, event);
+}
+
+std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity fidelity) {
+  const InputLosses& losses = record.losses;
+  std::vector<std::string> texts;
+  if (fidelity == capture::Fidelity::reconstructed) {
+    texts.emplace_back("header blocks are reconstructed");
+  }
+  if (losses.holdsNoEvents) texts.emplace_back("event notifications are not held");
+  if (losses.gaps > 0) {
+    texts.push_back(counted(losses.gaps, "gap"));
+    texts.push_back(counted(losses.bytesMissing, "byte") + " missing");
+  }
+  if (losses.damagedParts > 0) texts.push_back(counted(losses.damagedParts, "damaged part"));
+  if (losses.bytesGivenUp) texts.emplace_back("bytes were given up to keep memory within bounds");
+  if (losses.endsEarly) texts.emplace_back("it ends early");
+  if (!record.complete && texts.empty()) texts.emplace_back("it was not read to its end");
+  return texts;
 }
 
 }  // namespace qv::check

@@ -1,11 +1,22 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "capture/capture_reader.h"
 #include "tools/qvcheck/report.h"
 
 namespace qv::check {
 
-// A finding for a fact about an input, whose record keeps what it means for the input as a whole.
-Finding findingForInput(const capture::InputNote& note, InputRecord& input);
+class CaptureInput;
+
+// A finding for a fact about an input.
+Finding findingForInput(const capture::InputNote& note);
+
+// Keeps in the record of the input what the event tells about the traffic that it does not hold.
+void noteLosses(const capture::CaptureEvent& event, CaptureInput& input);
+
+// In words, what the input has lost; empty when it is whole.
+std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity fidelity);
 
 }  // namespace qv::check

@@ -41,7 +41,7 @@ std::string shortened(const std::string& url) {
 }  // namespace
 
 void MessageChecker::check(const capture::ExchangeRecord& record) {
-  InputRecord& input = record.direction == Direction::toAccessory ? requests_ : responses_;
+  const InputRecord& input = record.direction == Direction::toAccessory ? requests_ : responses_;
   if (const capture::Gap* gap = record.gap()) {
     pairingUncertain_ = pairingUncertain_ || gap->mayHideMessages;
     reportGap(*gap, record, input);
@@ -86,8 +86,7 @@ void MessageChecker::closeRequests(std::uint64_t before) {
 }
 
 void MessageChecker::reportGap(const capture::Gap& gap, const capture::ExchangeRecord& record,
-                               InputRecord& input) {
-  input.complete = false;
+                               const InputRecord& input) {
   report_.gap({connection_, nameOf(record.direction), gap.offset, gap.length});
   const bool toAccessory = record.direction == Direction::toAccessory;
   Finding finding = remark(
@@ -100,15 +99,13 @@ void MessageChecker::reportGap(const capture::Gap& gap, const capture::ExchangeR
 }
 
 void MessageChecker::reportDamage(const capture::Damage& damage, Direction direction,
-                                  InputRecord& input) {
+                                  const InputRecord& input) {
   if (damage.kind == capture::DamageKind::emptyLines) return;
   if (damage.kind == capture::DamageKind::behindGap) {
-    input.complete = false;
     reportFinding(remark("input.gap", Severity::note, damage.text, damage.offset, damage.length),
                   std::nullopt, input);
     return;
   }
-  input.fidelity = "damaged";
   const bool requests = direction == Direction::toAccessory;
   report_.gap({connection_, nameOf(direction), damage.offset, damage.length});
   Finding finding =
@@ -125,7 +122,7 @@ void MessageChecker::reportDamage(const capture::Damage& damage, Direction direc
 }
 
 void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
-                                   const FramedMessage& message, InputRecord& input) {
+                                   const FramedMessage& message, const InputRecord& input) {
   ReadMessage read = reader_.read(record, message, report_.nextMessage(), input.name);
   MessageRecord& out = read.record;
   out.part = record.place.number;
@@ -155,7 +152,6 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
     const bool cut = message.completeness == Completeness::headerCut ||
                      message.completeness == Completeness::bodyCut;
     if (cut) {
-      input.complete = false;
       reportFinding(remark("input.incomplete", Severity::note,
                            capture::completenessText(message.completeness), message.endOffset, 0),
                     out.message, input);

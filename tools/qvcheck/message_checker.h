@@ -20,8 +20,8 @@ namespace qv::check {
 class MessageChecker {
  public:
   // `partName` names the numbered parts of the input, if it has any.
-  MessageChecker(Report& report, std::size_t connection, InputRecord& requests,
-                 InputRecord& responses, std::string_view partName = {})
+  MessageChecker(Report& report, std::size_t connection, const InputRecord& requests,
+                 const InputRecord& responses, std::string_view partName = {})
       : report_(report),
         connection_(connection),
         requests_(requests),
@@ -44,11 +44,11 @@ class MessageChecker {
   void followExchange(const capture::ExchangeRecord& record, const MessageRecord& message);
   void closeRequests(std::uint64_t before);
   void reportDamage(const capture::Damage& damage, capture::Direction direction,
-                    InputRecord& input);
+                    const InputRecord& input);
   void reportGap(const capture::Gap& gap, const capture::ExchangeRecord& record,
-                 InputRecord& input);
+                 const InputRecord& input);
   void reportMessage(const capture::ExchangeRecord& record, const capture::FramedMessage& message,
-                     InputRecord& input);
+                     const InputRecord& input);
   // Notes, once for each reason, that what a response answers is not known.
   void reportUnpaired(const capture::ExchangeRecord& record, const MessageRecord& message,
                       const InputRecord& input);
@@ -56,8 +56,8 @@ class MessageChecker {
 
   Report& report_;
   std::size_t connection_;
-  InputRecord& requests_;
-  InputRecord& responses_;
+  const InputRecord& requests_;
+  const InputRecord& responses_;
   std::string_view partName_;
   MessageReader reader_;
   std::vector<std::string_view> unpairedReasons_;  // those that were noted

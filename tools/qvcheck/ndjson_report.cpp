@@ -112,6 +112,7 @@ void NDJSONReport::input(const InputRecord& record) {
   json["fidelity"] = record.fidelity;
   json["bytes"] = record.bytes;
   json["complete"] = record.complete;
+  json["lost"] = record.lost;
   write(out_, json);
 }
 

@@ -2,6 +2,7 @@
 
 #include <fstream>
 
+#include "tools/qvcheck/capture_input.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/ink.h"
 #include "tools/qvcheck/ndjson_report.h"
@@ -27,6 +28,10 @@ OutputFiles::OutputFiles(const ReportOptions& options, std::ostream& out, bool o
       sinks_.push_back(std::make_unique<NDJSONReport>(*stream));
       continue;
     }
+    if (choice.form == OutputForm::capture) {
+      captures_.emplace_back([stream](std::string_view lines) { *stream << lines; });
+      continue;
+    }
     const bool color = wantsColor(options.color, choice.file.empty() && outIsTerminal);
     sinks_.push_back(
         std::make_unique<TextReport>(*stream, TextReport::Style{options.quiet, color, judging}));
@@ -41,21 +46,38 @@ std::vector<ReportSink*> OutputFiles::sinks() const {
   return sinks;
 }
 
+void OutputFiles::take(const capture::CaptureEvent& event) {
+  for (capture::CaptureRecordWriter& writer : captures_) writer.write(event);
+}
+
+void OutputFiles::endInput(const CaptureInput& input, bool stopped) {
+  std::optional<std::string> why = input.error();
+  if (!why && stopped) why = "reading was stopped here";
+  for (capture::CaptureRecordWriter& writer : captures_) {
+    if (why) {
+      writer.write(capture::InputNote{capture::InputNoteKind::truncated, *why, 0, 0, {}, {}, {}});
+    }
+    writer.endInput(input.reader().fidelity());
+  }
+}
+
 bool OutputFiles::flush() {
+  for (const auto& sink : sinks_) sink->flush();
   bool written = static_cast<bool>(out_.flush());
   for (const auto& file : files_) written = static_cast<bool>(file->flush()) && written;
   return written;
 }
 
 int writeReport(const ReportOptions& options, std::ostream& out, std::ostream& err,
-                bool outIsTerminal, bool judging, const std::function<int(Report&)>& run) {
+                bool outIsTerminal, bool judging,
+                const std::function<int(Report&, OutputFiles&)>& run) {
   OutputFiles outputs(options, out, outIsTerminal, judging);
   if (outputs.error()) {
     err << "qvcheck: " << escaped(*outputs.error()) << '\n';
     return static_cast<int>(ExitCode::usage);
   }
   Report report(outputs.sinks(), options.failOn);
-  const int exit = run(report);
+  const int exit = run(report, outputs);
   if (outputs.flush()) return exit;
   err << "qvcheck: the report could not be written whole\n";
   return static_cast<int>(ExitCode::toolFault);

@@ -95,19 +95,21 @@ int writeArchive(const std::string& file, std::ostream& out, std::ostream& err) 
 
 int runProfileCheck(const ProfileCheckOptions& options, std::ostream& out, std::ostream& err,
                     bool outIsTerminal) {
-  return writeReport(options.report, out, err, outIsTerminal, false, [&](Report& report) {
-    RunRecord run;
-    run.command = "profile check";
-    for (const std::string& file : options.files) run.options.emplace_back("file", file);
-    if (options.survey) run.options.emplace_back("survey", "true");
-    report.run(run);
-    if (options.survey) {
-      surveyProfiles(options.files, report, err);
-    } else {
-      loadProfiles(options.files, report, err);
-    }
-    return report.finish(false);
-  });
+  return writeReport(options.report, out, err, outIsTerminal, false,
+                     [&](Report& report, OutputFiles&) {
+                       RunRecord run;
+                       run.command = "profile check";
+                       for (const std::string& file : options.files)
+                         run.options.emplace_back("file", file);
+                       if (options.survey) run.options.emplace_back("survey", "true");
+                       report.run(run);
+                       if (options.survey) {
+                         surveyProfiles(options.files, report, err);
+                       } else {
+                         loadProfiles(options.files, report, err);
+                       }
+                       return report.finish(false);
+                     });
 }
 
 int runProfileOutput(const ProfileOutputOptions& options, std::ostream& out, std::ostream& err) {

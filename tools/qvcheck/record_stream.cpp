@@ -37,7 +37,7 @@ void fields(F&& f, R& r) {
 }
 template <class F, Is<InputRecord> R>
 void fields(F&& f, R& r) {
-  f(r.input, r.name, r.format, r.fidelity, r.bytes, r.complete);
+  f(r.input, r.name, r.format, r.fidelity, r.bytes, r.complete, r.lost);
 }
 template <class F, Is<ConnectionRecord> R>
 void fields(F&& f, R& r) {

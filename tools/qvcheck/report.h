@@ -41,7 +41,17 @@ struct ProfileRecord {
   std::size_t services = 0;
 };
 
-// One file that was read as a capture.
+// What an input turned out not to hold.
+struct InputLosses {
+  std::size_t gaps = 0;
+  std::size_t bytesMissing = 0;
+  std::size_t damagedParts = 0;
+  bool endsEarly = false;
+  bool bytesGivenUp = false;
+  bool holdsNoEvents = false;
+};
+
+// One capture that was read: a file, a directory of pieces or standard input.
 struct InputRecord {
   std::size_t input = 0;
   std::string name;
@@ -49,7 +59,9 @@ struct InputRecord {
   std::string fidelity;  // exact, reconstructed or damaged
   std::size_t bytes = 0;
   bool complete = true;
-  Bytes head;  // its first bytes, as far as they were read; in no report
+  std::vector<std::string> lost;  // in words, what of the traffic it does not hold; once it is read
+  InputLosses losses;             // what they are made of; in no report
+  Bytes head;                     // its first bytes, as far as they were read; in no report
 };
 
 struct ConnectionRecord {
@@ -199,6 +211,8 @@ class ReportSink {
   virtual void finding(const Finding& record) = 0;
   virtual void gap(const GapRecord& record) = 0;
   virtual void summary(const Summary& record) = 0;
+  // Nothing more comes for now: writes what is held back.
+  virtual void flush() {}
 };
 
 // Which findings a run writes. All of the rules kept count for the exit code, written or not.

@@ -18,6 +18,16 @@ ColorChoice colorChoiceNamed(std::string_view name) {
   return name == "never" ? ColorChoice::never : ColorChoice::automatic;
 }
 
+bool ReportOptions::judges() const {
+  return std::ranges::any_of(
+      outputs, [](const OutputChoice& choice) { return choice.form != OutputForm::capture; });
+}
+
+void ReportArguments::declareForCaptures(CLI::App& command) {
+  readsCaptures_ = true;
+  declare(command);
+}
+
 void ReportArguments::declare(CLI::App& command) {
   declareOutputs(command);
   command
@@ -30,8 +40,11 @@ void ReportArguments::declareOutputs(CLI::App& command) {
   command_ = &command;
   command
       .add_option("--output", outputs_,
-                  "Form of the report: text (the default) or ndjson; "
-                  "=FILE writes it there; may be repeated")
+                  readsCaptures_ ? "Form of the report: text (the default) or ndjson; capture "
+                                   "writes the input as capture records, alone without a profile; "
+                                   "=FILE writes it there; may be repeated"
+                                 : "Form of the report: text (the default) or ndjson; "
+                                   "=FILE writes it there; may be repeated")
       ->type_name("FORM[=FILE]")
       ->expected(1)
       ->allow_extra_args(false)
@@ -48,8 +61,11 @@ std::optional<std::string> ReportArguments::readOutputs(ReportOptions& options) 
     OutputChoice choice;
     if (form == "ndjson") {
       choice.form = OutputForm::ndjson;
+    } else if (form == "capture" && readsCaptures_) {
+      choice.form = OutputForm::capture;
     } else if (form != "text") {
-      return "--output: '" + form + "' is not a form; there are text and ndjson";
+      return "--output: '" + form + "' is not a form; there are " +
+             (readsCaptures_ ? "text, ndjson and capture" : "text and ndjson");
     }
     if (equals != std::string::npos) {
       choice.file = output.substr(equals + 1);
@@ -74,6 +90,9 @@ std::optional<std::string> ReportArguments::withoutEffect(const ReportOptions& o
   const bool color = command_->count("--color") > 0;
   if (options.quiet && !anyText) return "--quiet has no effect without --output text";
   if (color && !anyText) return "--color has no effect without --output text";
+  if (!options.judges() && command_->count("--fail-on") > 0) {
+    return "--fail-on has no effect with --output capture alone";
+  }
   if (color && options.quiet) return "--color has no effect with --quiet";
   return std::nullopt;
 }

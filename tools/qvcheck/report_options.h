@@ -14,7 +14,7 @@ class App;
 
 namespace qv::check {
 
-enum class OutputForm : std::uint8_t { text, ndjson };
+enum class OutputForm : std::uint8_t { text, ndjson, capture };
 enum class ColorChoice : std::uint8_t { automatic, always, never };
 
 struct OutputChoice {
@@ -28,6 +28,9 @@ struct ReportOptions {
   std::optional<Severity> failOn = Severity::error;  // null for never
   bool quiet = false;
   ColorChoice color = ColorChoice::automatic;
+
+  // False when the input is only to be written as capture records.
+  bool judges() const;
 };
 
 // The report options as they stand on the command line.
@@ -36,6 +39,8 @@ class ReportArguments {
   void declare(CLI::App& command);
   // Without --fail-on, for a command that finds nothing itself.
   void declareOutputs(CLI::App& command);
+  // With what there is for commands that read captures besides.
+  void declareForCaptures(CLI::App& command);
   // What is wrong with them, for a command that reads these inputs; null, with `options` filled in,
   // when nothing is.
   std::optional<std::string> read(const std::vector<std::string>& inputs,
@@ -46,6 +51,7 @@ class ReportArguments {
   std::optional<std::string> withoutEffect(const ReportOptions& options) const;
 
   const CLI::App* command_ = nullptr;
+  bool readsCaptures_ = false;
   std::vector<std::string> outputs_;
   std::string failOn_ = "error";
   std::string color_ = "auto";

@@ -201,16 +201,17 @@ int runReport(const SavedRunOptions& options, std::ostream& out, std::ostream& e
     if (reader != nullptr && reader->next(first) && first.caught) merged.add(*first.caught);
   }
   const auto run = merged.record();
-  return writeReport(options.report, out, err, outIsTerminal, merged.judging(), [&](Report& whole) {
-    const SignalWatch watch;
-    whole.setLimits({{}, SIZE_MAX});
-    if (run) whole.run(*run);
-    Merger merger(whole, err, merged.judging());
-    for (const std::string& file : options.files) {
-      if (SignalWatch::signal() == 0) merger.add(file);
-    }
-    return merger.finish();
-  });
+  return writeReport(options.report, out, err, outIsTerminal, merged.judging(),
+                     [&](Report& whole, OutputFiles&) {
+                       const SignalWatch watch;
+                       whole.setLimits({{}, SIZE_MAX});
+                       if (run) whole.run(*run);
+                       Merger merger(whole, err, merged.judging());
+                       for (const std::string& file : options.files) {
+                         if (SignalWatch::signal() == 0) merger.add(file);
+                       }
+                       return merger.finish();
+                     });
 }
 
 }  // namespace qv::check

@@ -84,6 +84,15 @@ class Fields {
     }
     return counts;
   }
+  std::vector<std::string> texts(const char* key) const {
+    const JSON* found = value(key);
+    const bool isList =
+        found != nullptr && found->is_array() &&
+        std::ranges::all_of(*found, [](const JSON& one) { return one.is_string(); });
+    if (isList) return found->get<std::vector<std::string>>();
+    fail(key);
+    return {};
+  }
   void fail(const char* key) const {
     if (wrong_.empty()) wrong_ = key;
   }
@@ -146,6 +155,7 @@ InputRecord inputOf(const Fields& fields) {
   input.fidelity = fields.text("fidelity");
   input.bytes = fields.number("bytes");
   input.complete = fields.flag("complete");
+  input.lost = fields.texts("lost");
   return input;
 }
 

@@ -38,6 +38,7 @@ class Shower {
   }
 
   void show(const capture::CaptureEvent& event) {
+    noteLosses(event, *input_);
     if (const auto* opened = std::get_if<capture::ConnectionOpened>(&event)) {
       connections_.emplace(opened->connection, Connection{MessageReader(++connectionCount_), {}});
     } else if (const auto* closed = std::get_if<capture::ConnectionClosed>(&event)) {
@@ -46,10 +47,8 @@ class Shower {
       show(*record);
     } else {
       const auto& note = std::get<capture::InputNote>(event);
-      InputRecord& input = input_->record(note.direction.value_or(Direction::toAccessory));
-      findingForInput(note, input);
-      showRemark(note.text, input, note.offset);
-      outcome.damaged = outcome.damaged || !input.complete || input.fidelity == "damaged";
+      showRemark(note.text, input_->record(note.direction.value_or(Direction::toAccessory)),
+                 note.offset);
     }
   }
 
@@ -66,14 +65,12 @@ class Shower {
   void show(const capture::ExchangeRecord& record) {
     const InputRecord& input = input_->record(record.direction);
     if (const capture::Gap* gap = record.gap()) {
-      outcome.damaged = true;
       showRemark(fmt::format("{} missing from the capture", counted(gap->length, "byte")), input,
                  gap->offset);
       return;
     }
     if (const capture::Damage* damage = record.damage()) {
       if (damage->kind == capture::DamageKind::emptyLines) return;
-      outcome.damaged = true;
       showRemark(damage->text, input, damage->offset);
       return;
     }
@@ -125,7 +122,7 @@ void showInput(CaptureInput& input, const ShowOptions& options, Shower& shower, 
     if (event) shower.show(*event);
   }
   for (const auto& record : input.close(err)) {
-    if (!record->complete) shower.outcome.damaged = true;
+    if (!record->complete || record->fidelity == "damaged") shower.outcome.damaged = true;
   }
 }
 

@@ -1,5 +1,7 @@
 #include "tools/qvcheck/signal_watch.h"
 
+#include <poll.h>
+
 namespace qv::check {
 
 namespace {
@@ -27,6 +29,20 @@ SignalWatch::~SignalWatch() {
 
 int SignalWatch::signal() {
   return endingSignal;
+}
+
+// The signals come only while ppoll waits, so none is missed between looking and waiting.
+bool SignalWatch::waitFor(int descriptor) {
+  sigset_t blocked;
+  sigset_t before;
+  sigemptyset(&blocked);
+  for (const int number : kSignals) sigaddset(&blocked, number);
+  pthread_sigmask(SIG_BLOCK, &blocked, &before);
+  pollfd waiting{descriptor, POLLIN, 0};
+  while (signal() == 0 && ppoll(&waiting, 1, nullptr, &before) < 0) {
+  }
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  return signal() == 0;
 }
 
 }  // namespace qv::check

@@ -16,6 +16,9 @@ class SignalWatch {
 
   // The number of the signal that came, 0 while none did.
   static int signal();
+  // Waits until the descriptor can be read or a signal ends the run, whenever that comes; the
+  // latter answers false.
+  static bool waitFor(int descriptor);
 
  private:
   static constexpr std::size_t kCount = 2;

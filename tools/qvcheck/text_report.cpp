@@ -52,6 +52,12 @@ void TextReport::closeBlock() {
   messageText_.reset();
 }
 
+void TextReport::input(const InputRecord& record) {
+  if (record.lost.empty()) return;
+  const std::string_view form = record.format == "har" ? "HTTP archive; " : "";
+  losses_ += fmt::format("{}: {}{}\n", escaped(record.name), form, fmt::join(record.lost, ", "));
+}
+
 void TextReport::message(const MessageRecord& record) {
   closeBlock();
   messageText_ = record.errorDescription;
@@ -142,6 +148,7 @@ void TextReport::summary(const Summary& record) {
     out_ << fmt::format("{} left out by --select and --ignore\n",
                         counted(record.ignored, "finding"));
   }
+  out_ << losses_;
   if (record.stoppedEarly) out_ << "stopped at the first message that counts (--fail-fast)\n";
   const bool refused =
       std::ranges::find(record.outcomes, ExitCode::profileRefused) != record.outcomes.end();

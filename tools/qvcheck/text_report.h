@@ -23,12 +23,13 @@ class TextReport : public ReportSink {
 
   void run(const RunRecord&) override {}
   void profile(const ProfileRecord& record) override;
-  void input(const InputRecord&) override {}
+  void input(const InputRecord& record) override;
   void connection(const ConnectionRecord&) override {}
   void message(const MessageRecord& record) override;
   void finding(const Finding& record) override;
   void gap(const GapRecord&) override {}
   void summary(const Summary& record) override;
+  void flush() override { closeBlock(); }
 
  private:
   // A value of a JSON body that was shown.
@@ -52,6 +53,7 @@ class TextReport : public ReportSink {
   std::optional<std::string> messageText_;  // its error description, until a finding says the same
   std::optional<PlaceShown> placeShown_;    // by the finding before
   bool wroteBlock_ = false;
+  std::string losses_;  // a line for each input that is not whole
 };
 
 }  // namespace qv::check

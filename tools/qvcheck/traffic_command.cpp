@@ -1,11 +1,13 @@
 #include "tools/qvcheck/traffic_command.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "tools/qvcheck/capture_check.h"
 #include "tools/qvcheck/capture_input.h"
+#include "tools/qvcheck/input_findings.h"
 #include "tools/qvcheck/input_workers.h"
 #include "tools/qvcheck/output_files.h"
 #include "tools/qvcheck/profile_loading.h"
@@ -15,45 +17,52 @@ namespace qv::check {
 
 namespace {
 
-// False when the run is to stop behind it.
-bool checkInput(const TrafficOptions& options, CaptureInput& input, Report& report,
-                std::ostream& err) {
+// False when the run is to stop behind it. A worker has no outputs.
+bool readInput(const TrafficOptions& options, CaptureInput& input, Report& report,
+               OutputFiles* outputs, std::ostream& err) {
+  if (outputs != nullptr) input.beforeWaiting([outputs] { outputs->flush(); });
   if (!input.open(options, err)) {
     report.noteOutcome(ExitCode::inputDamaged);
     report.noteIncomplete();
-    return true;
+    return SignalWatch::signal() == 0;
   }
-  CaptureCheck check(report, input);
+  std::optional<CaptureCheck> check;
+  if (options.report.judges()) check.emplace(report, input);
   bool goesOn = true;
   while (goesOn) {
     const auto event = SignalWatch::signal() == 0 ? input.reader().next() : std::nullopt;
-    if (!event) break;
-    check.take(*event);
+    // What a signal cut off is no fact about the input.
+    if (!event || SignalWatch::signal() != 0) break;
+    noteLosses(*event, input);
+    if (outputs != nullptr) outputs->take(*event);
+    if (check) check->take(*event);
     goesOn = !options.failFast || !report.hasOutcome(ExitCode::findings);
   }
   const bool interrupted = SignalWatch::signal() != 0;
-  if (goesOn && !interrupted) check.finish();
+  if (goesOn && !interrupted && check) check->finish();
   if (!goesOn) report.noteStoppedEarly();
   if (interrupted) report.noteIncomplete();
+  if (outputs != nullptr) outputs->endInput(input, !goesOn || interrupted);
   for (const auto& record : input.close(err)) report.input(*record);
   return goesOn && !interrupted;
 }
 
-void checkInputs(const TrafficOptions& options, Report& report, std::ostream& err) {
+void readInputs(const TrafficOptions& options, Report& report, OutputFiles& outputs,
+                std::ostream& err) {
   const auto inputs = CaptureInput::all(options);
   std::size_t number = 1;
   for (const auto& input : inputs) number += input->number(number);
   if (options.jobs > 1 && inputs.size() > 1) {
     const WorkerTask task = {inputs.size(), options.limits.rules, options.report.failOn,
                              [&](std::size_t index, Report& part, std::ostream& complaints) {
-                               return checkInput(options, *inputs[index], part, complaints);
+                               return readInput(options, *inputs[index], part, nullptr, complaints);
                              },
                              [&](std::size_t index) { return inputs[index]->name(); }};
     runInWorkers(task, options.jobs, report, err);
     return;
   }
   for (const auto& input : inputs) {
-    if (!checkInput(options, *input, report, err)) return;
+    if (!readInput(options, *input, report, &outputs, err)) return;
   }
 }
 
@@ -86,13 +95,16 @@ RunRecord runRecord(const TrafficOptions& options) {
 
 int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& err,
                bool outIsTerminal) {
-  return writeReport(options.report, out, err, outIsTerminal, true, [&](Report& report) {
-    const SignalWatch watch;
-    report.setLimits(options.limits);
-    report.run(runRecord(options));
-    if (loadProfiles(options.profiles, report, err)) checkInputs(options, report, err);
-    return report.finish(true, SignalWatch::signal());
-  });
+  const bool judges = options.report.judges();
+  return writeReport(options.report, out, err, outIsTerminal, judges,
+                     [&](Report& report, OutputFiles& outputs) {
+                       const SignalWatch watch;
+                       report.setLimits(options.limits);
+                       report.run(runRecord(options));
+                       if (loadProfiles(options.profiles, report, err))
+                         readInputs(options, report, outputs, err);
+                       return report.finish(judges, SignalWatch::signal());
+                     });
 }
 
 }  // namespace qv::check

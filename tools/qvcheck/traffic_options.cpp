@@ -39,16 +39,20 @@ class TrafficFamily : public CommandFamily {
         ->type_name("N")
         ->check(checkedCountAboveZero)
         ->capture_default_str();
-    report_.declare(*command_);
+    report_.declareForCaptures(*command_);
   }
 
   std::optional<Command> command() override {
     if (!command_->parsed()) return std::nullopt;
     if (const auto wrong = captures_.read(options_)) return usageError(*wrong);
-    if (options_.profiles.empty()) return usageError("--profile is required");
     std::vector<std::string> inputs = options_.files();
     inputs.insert(inputs.end(), options_.profiles.begin(), options_.profiles.end());
     if (const auto wrong = report_.read(inputs, options_.report)) return usageError(*wrong);
+    if (options_.report.judges()) {
+      if (options_.profiles.empty()) return usageError("--profile is required");
+    } else if (const auto wrong = judgingOption()) {
+      return usageError(*wrong + " has no effect with --output capture alone");
+    }
     for (const auto& [option, names] : {std::pair("--select", &options_.limits.rules.select),
                                         std::pair("--ignore", &options_.limits.rules.ignore)}) {
       const auto unknown = std::ranges::find_if_not(*names, namesAnyRule);
@@ -57,6 +61,11 @@ class TrafficFamily : public CommandFamily {
                           "'; 'qvcheck rules' lists them");
       }
     }
+    const auto& outputs = options_.report.outputs;
+    if (options_.jobs > 1 &&
+        std::ranges::count(outputs, OutputForm::capture, &OutputChoice::form)) {
+      return usageError("--jobs has no effect with --output capture");
+    }
     if (options_.failFast && !options_.report.failOn) {
       return usageError("--fail-fast has no effect with --fail-on never");
     }
@@ -64,6 +73,15 @@ class TrafficFamily : public CommandFamily {
   }
 
  private:
+  // One that was given and has an effect on judging alone.
+  std::optional<std::string> judgingOption() const {
+    for (const char* option :
+         {"--profile", "--select", "--ignore", "--max-findings", "--fail-fast"}) {
+      if (command_->count(option) > 0) return option;
+    }
+    return std::nullopt;
+  }
+
   void declareLimits() {
     command_
         ->add_option("--select", options_.limits.rules.select,
