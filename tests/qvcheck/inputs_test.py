@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Runs qvcheck as a process on inputs of every form: what is converted to capture records is reported like
-the input itself, a pipe is reported as its messages arrive, a signal ends a run in order.
+the input itself, a pipe is reported as its messages arrive, and a signal ends a run in order.
 Arguments: the tool and the root of the sources."""
 import json
-import os
 import pathlib
+import re
 import signal
 import subprocess
 import sys
@@ -21,50 +21,87 @@ def expect(what, actual, expected):
 
 
 def profile_for(name):
-    return root / f"examples/profiles/{'lamp' if name.startswith('pairing') else 'household'}.xml"
+    return ["--profile", root / f"examples/profiles/{'lamp' if name.startswith('pairing') else 'household'}.xml"]
 
 
 def reported(*arguments):
-    """The records of a run without what tells where in a file something stands."""
+    """What a run says, without the places within its files."""
     run = subprocess.run([tool, "traffic", *arguments, "--output", "ndjson"], capture_output=True, text=True,
                          check=False)
-    starts, said = {}, [run.stderr, run.returncode]
+    starts, said, complete, exact = {}, [run.stderr, run.returncode], True, True
     for record in map(json.loads, run.stdout.splitlines()):
         if record["type"] == "message":
             starts[record["message"]] = [record[key] for key in ("method", "url", "code", "kind", "connection")]
             said.append([starts[record["message"]], record["time_ns"], record["verdict"], record["reason"],
                          record["error_description"], record["answers"]])
         elif record["type"] == "finding":
-            said.append([starts.get(record["message"]), record["rule"], record["text"], record["hint"]])
+            text = re.sub(r", (packet|line) \d+\)$", ")", record["text"])
+            said.append([starts.get(record["message"]), record["rule"], text, record["hint"]])
         elif record["type"] in ("gap", "connection"):
             said.append({key: value for key, value in record.items() if key != "input"})
-        elif record["type"] == "input" and len(sys.argv) > 2:
-            said.append([record["fidelity"] == "damaged", record["complete"]])
-    return said
+        elif record["type"] == "input":
+            complete = complete and record["complete"]
+            exact = exact and record["fidelity"] == "exact"
+    return said + [complete, exact]
 
 
 def check_conversions():
     samples = [[path] for path in sorted([*captures.glob("packets/*.*"), *captures.glob("*.har")])]
     samples += [["--request", path, "--response", path.with_suffix(".rsp")]
                 for path in sorted(captures.glob("*.req"))]
-    expect("sample captures", len(samples) > 14, True)
+    expect("number of samples", len(samples) > 14, True)
     for sample in samples:
         name = sample[-1].name
-        profile = ["--profile", profile_for(name)]
         with tempfile.TemporaryDirectory() as folder:
             records = f"{folder}/records"
             run = subprocess.run([tool, "traffic", *sample, "--output", f"capture={records}"],
                                  capture_output=True, text=True, check=False)
-            direct = reported(*profile, *sample)
-            expect(f"{name}, output of its conversion", run.stdout + run.stderr, "")
-            expect(f"{name}, exit of its conversion", run.returncode, 3 if direct[1] == 3 else 0)
-            converted = reported(*profile, records)
-        if len(sample) > 1:  # two inputs have become one
-            direct, converted = [[entry for entry in said if len(entry) != 2 if not isinstance(entry, int)]
-                                 if False else [e for e in said if not (isinstance(e, list) and len(e) == 2)]
-                                 for said in (direct, converted)]
-        expect(f"{name}, converted", converted, direct)
+            direct = reported(*profile_for(name), *sample)
+            expect(f"conversion of {name}", [run.stdout, run.stderr, run.returncode],
+                   ["", "", 3 if direct[1] == 3 else 0])
+            expect(f"{name}, converted", reported(*profile_for(name), records), direct)
+
+
+def check_pipe():
+    """Each finding can be read before the next message is written; then the run is interrupted."""
+    request = b"PATCH /none HTTP/1.1\r\n\r\n"
+    run = subprocess.Popen([tool, "traffic", *profile_for("household"), "--output", "ndjson", "-"],
+                           stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    for number in range(1, 4):
+        run.stdin.write(request)
+        run.stdin.flush()
+        record = {"type": None}
+        while record["type"] != "finding":
+            record = json.loads(run.stdout.readline())
+        expect("finding while the pipe is open", [record["message"], record["rule"]],
+               [number, "class.unrecognised"])
+    run.send_signal(signal.SIGTERM)
+    expect("exit of an interrupted run", run.wait(), 128 + signal.SIGTERM)
+    records = [json.loads(line) for line in run.stdout]
+    expect("records of an interrupted run",
+           [[record["type"], record["complete"]] for record in records], [["input", False], ["summary", False]])
+    expect("complaints of an interrupted run", run.stderr.read(), b"")
+
+
+def check_interruption_of_a_file():
+    with tempfile.NamedTemporaryFile(suffix=".req") as file:
+        file.write(b"PATCH /none HTTP/1.1\r\n\r\n" * 1_000_000)
+        file.flush()
+        run = subprocess.Popen([tool, "traffic", *profile_for("household"), "--max-findings", "1", file.name],
+                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        try:
+            run.wait(1)
+        except subprocess.TimeoutExpired:
+            pass
+        run.send_signal(signal.SIGINT)
+        out, complaints = run.communicate()
+    expect("exit of an interrupted run", [run.returncode, complaints], [128 + signal.SIGINT, ""])
+    expect("end of an interrupted report", out.splitlines()[-1],
+           "exit 130 (ended by signal 2); otherwise 3 (input unreadable, damaged or incomplete), also 5 "
+           "(nothing was judged)")
 
 
 check_conversions()
-sys.exit("\n".join(failures))
+check_pipe()
+check_interruption_of_a_file()
+sys.exit("\n".join(failures) or 0)

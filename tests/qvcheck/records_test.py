@@ -39,6 +39,10 @@ def sample_runs():
         yield request.name, records_of(
             "traffic", "--profile", root / f"examples/profiles/{profile}.xml",
             "--request", request, "--response", request.with_suffix(".rsp"))
+    for sample in sorted([*(root / "examples/captures/packets").iterdir(),
+                          root / "examples/captures/household.har"]):
+        profile = "lamp" if sample.name.startswith("pairing") else "household"
+        yield sample.name, records_of("traffic", "--profile", root / f"examples/profiles/{profile}.xml", sample)
     for expected in sorted((root / "tests/captures/traffic").glob("*/expected.ndjson")):
         yield expected.parent.name, expected.read_text()
 
