@@ -98,7 +98,9 @@ void TCPConnection::settle(TCPReassembly& shared) {
       output(firstSide_, settling->packets.front().segment.place, shared).add(TCPEventKind::opened);
   opened.first = ends_[firstSide_];
   opened.second = ends_[1 - firstSide_];
-  opened.partialStart = !settling->syn[0] && !settling->syn[1];
+  opened.firstIsPartial = settling->isPartial(firstSide_);
+  opened.secondIsPartial = settling->isPartial(1 - firstSide_);
+  opened.partialStart = opened.firstIsPartial || opened.secondIsPartial;
   shared.waitingBytes -= settling->cost;
   for (FirstPacket& packet : settling->packets) {
     packet.segment.payload = packet.payload;
@@ -122,7 +124,7 @@ std::optional<std::uint32_t> TCPConnection::Settling::beginningOf(unsigned side)
     const TCPSegment& segment = packet.segment;
     if (segment.rst) continue;
     if (packet.side != side) {
-      if (segment.ack && !data) consider(segment.acknowledgement);
+      if (segment.ack && (segment.syn || !data)) consider(segment.acknowledgement);
     } else if (segment.syn) {
       return firstByteOf(segment);
     } else if (lengthOf(segment) == 1 && !packet.payload.empty() && packet.payload[0] == 0) {
@@ -135,6 +137,18 @@ std::optional<std::uint32_t> TCPConnection::Settling::beginningOf(unsigned side)
   // A byte of zero just before everything else is a keep-alive probe.
   if (probe && (!earliest || *probe + 1 != *earliest)) consider(*probe);
   return earliest;
+}
+
+// A SYN that nothing but further ones and a RST followed may still be answered.
+bool TCPConnection::Settling::isPartial(unsigned side) const {
+  bool wentOn = false;
+  for (const FirstPacket& packet : packets) {
+    const TCPSegment& segment = packet.segment;
+    if (segment.rst) continue;
+    if (segment.syn && (packet.side == side || segment.ack)) return false;
+    if (!segment.syn) wentOn = true;
+  }
+  return wentOn || (!syn[0] && !syn[1]);
 }
 
 unsigned TCPConnection::Settling::sideThatOpened() const {
@@ -214,10 +228,14 @@ void TCPConnection::giveUpHole(unsigned side, std::int64_t time, const CapturePl
 void TCPConnection::close(const CapturePlace& place, TCPReassembly& shared) {
   settle(shared);
   if (stage_ == Stage::closed) return;
+  const std::array<bool, 2> ended = {streams_[0].complete(), streams_[1].complete()};
   for (const unsigned side : {firstSide_, 1 - firstSide_}) {
     streams_[side].close(output(side, place, shared));
   }
-  output(firstSide_, endPlace_.number > 0 ? endPlace_ : place, shared).add(TCPEventKind::closed);
+  TCPEvent& closed = output(firstSide_, endPlace_.number > 0 ? endPlace_ : place, shared)
+                         .add(TCPEventKind::closed);
+  closed.firstEnded = ended[firstSide_];
+  closed.secondEnded = ended[1 - firstSide_];
   stage_ = Stage::closed;
 }
 

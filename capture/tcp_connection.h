@@ -72,6 +72,7 @@ class TCPConnection {
     std::size_t cost = 0;
 
     std::optional<std::uint32_t> beginningOf(unsigned side) const;
+    bool isPartial(unsigned side) const;
     unsigned sideThatOpened() const;
   };
 

@@ -33,10 +33,17 @@ struct TCPEvent {
   TCPEventKind kind = TCPEventKind::opened;
   std::uint64_t connection = 0;  // from 1 in the order of their first packets
   // opened: both ends, the one that sent the first captured packet first, unless the other sent the
-  // SYN, and whether the beginning of the connection was captured.
+  // SYN; and of what they send whether the beginning was not captured: neither the SYN nor the
+  // answer to it. `partialStart` when it is so of either.
   Endpoint first;
   Endpoint second;
   bool partialStart = false;
+  bool firstIsPartial = false;
+  bool secondIsPartial = false;
+  // closed: whether what they sent came to its end, so that the FIN was captured and nothing before
+  // it was awaited any more. Never true because of a RST, or because the capture stops.
+  bool firstEnded = false;
+  bool secondEnded = false;
   // bytes, gap, conflict: true when `first` sent them.
   bool fromFirst = false;
   std::uint64_t offset = 0;  // in the stream of that direction, which begins at 0

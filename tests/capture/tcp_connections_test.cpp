@@ -76,9 +76,13 @@ std::string lineOf(const TCPEvent& event) {
   std::string text = fmt::format("{} {}", event.connection, kNames[static_cast<int>(event.kind)]);
   const bool bytes = event.kind == TCPEventKind::bytes;
   if (event.kind == TCPEventKind::opened) {
-    text += fmt::format(" {}{}{}", static_cast<char>(event.first.address[3]),
+    text += fmt::format(" {}{}{}{}{}", static_cast<char>(event.first.address[3]),
                         static_cast<char>(event.second.address[3]),
-                        event.partialStart ? " partial" : "");
+                        event.partialStart ? " partial " : "", event.firstIsPartial ? ">" : "",
+                        event.secondIsPartial ? "<" : "");
+  }
+  if (event.firstEnded || event.secondEnded) {
+    text += fmt::format(" ended {}{}", event.firstEnded ? ">" : "", event.secondEnded ? "<" : "");
   }
   if (event.length > 0) {
     text += fmt::format(" {} {}+{}", event.fromFirst ? ">" : "<", event.offset, event.length);
