@@ -38,7 +38,7 @@ struct Change {
   const char* by;
   const char* complaint;  // empty when the run can be read all the same
 } const kChanges[] = {
-    {R"("type":)", R"("unknown":[{"key":1}],"type":)", ""},
+    {R"("type":)", R"("unknown":[{"key":[[[[[[1]]]]]]}],"type":)", ""},
     {R"({"type":"input")", R"({"type":"another")", ""},
     {R"("qv.run/1")", R"("qv.run/2")", "line 1: its schema is 'qv.run/2', not qv.run/1"},
     {R"("type":"run")", R"("type":"profile")", "line 1: a saved run begins with its run record"},

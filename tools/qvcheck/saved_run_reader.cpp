@@ -18,6 +18,18 @@ using JSON = nlohmann::ordered_json;
 
 constexpr std::size_t kLongestLine = std::size_t{64} << 20;
 
+// The value in a line; discarded when it is no JSON. What records do not hold, deep nesting and
+// very many values, is left out, so that a line costs little more than its own length.
+JSON valueIn(ByteView line) {
+  constexpr int kDeepest = 4;
+  constexpr std::size_t kMostValues = 4'000'000;
+  std::size_t values = 0;
+  const JSON::parser_callback_t keeps = [&](int depth, JSON::parse_event_t, const JSON&) {
+    return depth <= kDeepest && ++values <= kMostValues;
+  };
+  return JSON::parse(line.begin(), line.end(), keeps, false);
+}
+
 // The fields of one object. What is missing, or null where something must be, or of another kind is
 // remembered: `wrong` names the first.
 class Fields {
@@ -322,7 +334,7 @@ void SavedRunReader::take(const capture::InputLine& line, ReportSink& sink) {
     error_ = fmt::format("line {}: {}", line.number, what);
   };
   if (line.tooLong) return refuse("it is too long for a record");
-  const JSON json = JSON::parse(line.bytes.begin(), line.bytes.end(), nullptr, false);
+  const JSON json = valueIn(line.bytes);
   if (!json.is_object()) return refuse("this is no JSON object");
   std::string wrong;
   const Fields fields(json, wrong);
