@@ -18,8 +18,8 @@ using JSON = nlohmann::ordered_json;
 
 constexpr std::size_t kLongestLine = std::size_t{64} << 20;
 
-// The value in a line; discarded when it is no JSON. What records do not hold, deep nesting and
-// very many values, is left out, so that a line costs little more than its own length.
+// The value in a line; discarded when it is no JSON. What no record holds, deep nesting and very
+// many values, is read over without being kept.
 JSON valueIn(ByteView line) {
   constexpr int kDeepest = 4;
   constexpr std::size_t kMostValues = 4'000'000;
