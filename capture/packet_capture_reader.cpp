@@ -62,7 +62,9 @@ class PacketCaptureReader : public CaptureReader {
   std::optional<CaptureEvent> next() override;
   std::string_view format() const override { return segments_->format(); }
   Fidelity fidelity() const override { return Fidelity::exact; }
-  std::optional<std::string> error() const override { return source_->error(); }
+  std::optional<std::string> error() const override {
+    return source_ == nullptr ? std::nullopt : source_->error();
+  }
 
  private:
   bool advance();
@@ -83,7 +85,7 @@ class PacketCaptureReader : public CaptureReader {
                                                     : Direction::toAccessory;
   }
 
-  std::shared_ptr<ByteSource> source_;
+  std::shared_ptr<ByteSource> source_;  // null for pieces, whose errors are notes
   std::unique_ptr<PacketSegments> segments_;
   std::optional<std::uint16_t> port_;
   FramingLimits limits_;
@@ -299,6 +301,14 @@ std::unique_ptr<CaptureReader> openPacketCapture(std::shared_ptr<ByteSource> sou
   if (segments == nullptr) return nullptr;
   return std::make_unique<PacketCaptureReader>(std::move(source), std::move(segments),
                                                accessoryPort, limits);
+}
+
+std::unique_ptr<CaptureReader> openPacketPieces(std::vector<std::string> paths, PieceOpening open,
+                                                std::optional<std::uint16_t> accessoryPort,
+                                                FramingLimits limits) {
+  return std::make_unique<PacketCaptureReader>(
+      nullptr, PacketSegments::openPieces(std::move(paths), std::move(open)), accessoryPort,
+      limits);
 }
 
 }  // namespace qv::capture

@@ -3,10 +3,13 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "capture/byte_source.h"
 #include "capture/capture_reader.h"
 #include "capture/http_framer.h"
+#include "capture/packet_segments.h"
 #include "qvparsersupport/common/export.h"
 #include "qvparsersupport/common/failure.h"
 
@@ -26,5 +29,11 @@ namespace qv::capture {
 QV_EXPORT std::unique_ptr<CaptureReader> openPacketCapture(
     std::shared_ptr<ByteSource> source, std::optional<std::uint16_t> accessoryPort = std::nullopt,
     FramingLimits limits = {}, ErrorSlot errorDescription = nullptr);
+
+// The same of files that continue each other, as a capture program writes them one behind the
+// other.
+QV_EXPORT std::unique_ptr<CaptureReader> openPacketPieces(
+    std::vector<std::string> paths, PieceOpening open,
+    std::optional<std::uint16_t> accessoryPort = std::nullopt, FramingLimits limits = {});
 
 }  // namespace qv::capture

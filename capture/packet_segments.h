@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "capture/byte_source.h"
 #include "capture/capture_reader.h"
@@ -13,6 +15,9 @@
 #include "qvparsersupport/common/failure.h"
 
 namespace qv::capture {
+
+// Makes the source of a file whose turn it is; never null, what cannot be opened is its error.
+using PieceOpening = std::function<std::shared_ptr<ByteSource>(const std::string& path)>;
 
 // The TCP segments of a packet file, pcap or pcapng, in the order of the file. Packets of other
 // kinds are passed over; fragments of IP packets are put together. An error of the source ends the
@@ -24,6 +29,9 @@ class QV_EXPORT PacketSegments {
   // Null, with a text, when the source does not begin like a packet file.
   static std::unique_ptr<PacketSegments> open(std::shared_ptr<ByteSource> source,
                                               ErrorSlot errorDescription = nullptr);
+  // Of files that continue each other, with numbers of packets that go on. Notes name the file.
+  static std::unique_ptr<PacketSegments> openPieces(std::vector<std::string> paths,
+                                                    PieceOpening open);
   virtual ~PacketSegments() = default;
 
   // Null at the end of the file and where it cannot be read on.

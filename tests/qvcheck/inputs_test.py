@@ -62,6 +62,37 @@ def check_conversions():
             expect(f"{name}, converted", reported(*profile_for(name), records), direct)
 
 
+def check_directories():
+    """Numbered pieces give what the whole files give."""
+    def cut(data, first):
+        return [data[:first], data[first:first + 1000], data[first + 1000:]]
+
+    packets = (captures / "packets/household-access-faulty-lossy.pcap").read_bytes()
+    ends = [24]
+    while ends[-1] < len(packets):
+        ends.append(ends[-1] + 16 + int.from_bytes(packets[ends[-1] + 8:ends[-1] + 12], "little"))
+    middle = ends[len(ends) // 2]
+    with tempfile.TemporaryDirectory() as folder:
+        packet_pieces, stream_pieces = pathlib.Path(folder, "packets"), pathlib.Path(folder, "streams")
+        packet_pieces.mkdir()
+        stream_pieces.mkdir()
+        (packet_pieces / "run.pcap9").write_bytes(packets[:middle])
+        (packet_pieces / "run.pcap10").write_bytes(packets[:24] + packets[middle:])
+        for name in ("req", "rsp"):
+            whole = (captures / f"household-access-faulty.{name}").read_bytes()
+            for number, piece in enumerate(cut(whole, 1234), 9):
+                (stream_pieces / f"run{number}.{name}").write_bytes(piece)
+        profile = profile_for("household")
+        expect("packet files in pieces", reported(*profile, packet_pieces),
+               reported(*profile, captures / "packets/household-access-faulty-lossy.pcap"))
+        whole = reported(*profile, "--request", captures / "household-access-faulty.req", "--response",
+                         captures / "household-access-faulty.rsp")
+        expect("streams in pieces", reported(*profile, stream_pieces), whole)
+        expect("streams in pieces, by direction",
+               reported(*profile, "--request", stream_pieces, "--response", stream_pieces), whole)
+        expect("number of findings in pieces", len(whole) > 150, True)
+
+
 def check_pipe():
     """Each finding can be read before the next message is written; then the run is interrupted."""
     request = b"PATCH /none HTTP/1.1\r\n\r\n"
@@ -102,6 +133,7 @@ def check_interruption_of_a_file():
 
 
 check_conversions()
+check_directories()
 check_pipe()
 check_interruption_of_a_file()
 sys.exit("\n".join(failures) or 0)

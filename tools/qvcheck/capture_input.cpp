@@ -1,9 +1,12 @@
 #include "tools/qvcheck/capture_input.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 #include "capture/capture_opening.h"
+#include "capture/packet_capture_reader.h"
+#include "capture/piece_files.h"
 #include "capture/stream_pair_reader.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/input_findings.h"
@@ -96,6 +99,18 @@ std::vector<std::unique_ptr<CaptureInput>> CaptureInput::all(const CaptureOption
 }
 
 std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ostream& err) {
+  std::error_code unknown;
+  if (isPair_ && std::filesystem::is_directory(record.name, unknown)) {
+    std::optional<std::string> error;
+    auto pieces = capture::piecesIn(record.name, &error);
+    if (!pieces) {
+      complain(err, record.name, textOrNull(error));
+      return nullptr;
+    }
+    auto& ofDirection =
+        &record == &this->record(Direction::toAccessory) ? pieces->requests : pieces->responses;
+    return sourceOf(record, std::move(ofDirection.empty() ? pieces->others : ofDirection));
+  }
   std::shared_ptr<capture::FileSource> file;
   if (record.name == "-") {
     file = capture::FileSource::standardInput();
@@ -112,6 +127,59 @@ std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ost
   auto source = std::make_shared<ObservedSource>(std::move(bytes), record);
   sources_.push_back(source);
   return source;
+}
+
+std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record,
+                                                   std::vector<std::string> pieces) {
+  sources_.push_back(std::make_shared<ObservedSource>(
+      std::make_shared<capture::FilesSource>(std::move(pieces)), record));
+  return sources_.back();
+}
+
+// Requests and responses are the two streams of a connection; of anything else, packet files
+// continue each other and other files are one stream.
+bool CaptureInput::openDirectory(const CaptureOptions& options, std::ostream& err) {
+  InputRecord& record = *records_.front();
+  const capture::FramingLimits limits{options.maxMessageSize};
+  std::optional<std::string> error;
+  auto pieces = capture::piecesIn(record.name, &error);
+  if (!pieces) {
+    complain(err, record.name, textOrNull(error));
+    return false;
+  }
+  if (!pieces->requests.empty() || !pieces->responses.empty()) {
+    if (options.form != capture::CaptureForm::automatic &&
+        options.form != capture::CaptureForm::http) {
+      complain(err, record.name,
+               "holds byte streams (.req, .rsp), nothing else is read beside them");
+      return false;
+    }
+    const auto streamOf = [&](std::vector<std::string>& files, Direction direction) {
+      return files.empty() ? nullptr
+                           : std::make_shared<ByteStreamItems>(sourceOf(record, std::move(files)),
+                                                               direction, limits);
+    };
+    const auto requests = streamOf(pieces->requests, Direction::toAccessory);
+    reader_ = std::make_unique<capture::StreamPairReader>(
+        requests, streamOf(pieces->responses, Direction::toController));
+    return true;
+  }
+  capture::PeekedSource first(std::make_shared<capture::FilesSource>(pieces->others));
+  const bool arePackets = capture::PacketSegments::recognises(first.peek(4));
+  if (arePackets && (options.form == capture::CaptureForm::automatic ||
+                     options.form == capture::CaptureForm::pcap)) {
+    const auto open = [&record](const std::string& path) {
+      return std::make_shared<ObservedSource>(
+          std::make_shared<capture::FilesSource>(std::vector{path}), record);
+    };
+    reader_ = capture::openPacketPieces(std::move(pieces->others), open, options.port, limits);
+    return true;
+  }
+  const auto source = sourceOf(record, std::move(pieces->others));
+  reader_ = capture::openCapture(source, options.form, {limits, options.port}, &error);
+  if (reader_ != nullptr) return true;
+  complain(err, record.name, textOrNull(source->error() ? source->error() : error));
+  return false;
 }
 
 bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err) {
@@ -133,6 +201,8 @@ bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err)
 bool CaptureInput::open(const CaptureOptions& options, std::ostream& err) {
   if (isPair_) return openStreams(options, err);
   InputRecord& record = *records_.front();
+  std::error_code unknown;
+  if (std::filesystem::is_directory(record.name, unknown)) return openDirectory(options, err);
   const auto source = sourceOf(record, err);
   if (source == nullptr) return false;
   std::optional<std::string> error;
@@ -166,11 +236,10 @@ const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostrea
   std::erase_if(records_, [](const auto& record) { return record->name.empty(); });
   for (std::size_t i = 0; i < records_.size(); ++i) {
     InputRecord& record = *records_[i];
-    std::optional<std::string> error = sources_[i]->error();
+    std::optional<std::string> error = isPair_ ? sources_[i]->error() : this->error();
     if (!isPair_) {
       record.format = reader_->format();
       if (record.fidelity != "damaged") record.fidelity = nameOf(reader_->fidelity());
-      if (!error) error = reader_->error();
     }
     if (SignalWatch::signal() != 0) record.complete = false;
     if (error) {

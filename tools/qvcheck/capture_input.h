@@ -44,6 +44,9 @@ class CaptureInput {
 
  private:
   std::shared_ptr<capture::ByteSource> sourceOf(InputRecord& record, std::ostream& err);
+  std::shared_ptr<capture::ByteSource> sourceOf(InputRecord& record,
+                                                std::vector<std::string> pieces);
+  bool openDirectory(const CaptureOptions& options, std::ostream& err);
   bool openStreams(const CaptureOptions& options, std::ostream& err);
 
   bool isPair_ = false;

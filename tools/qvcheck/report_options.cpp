@@ -124,6 +124,11 @@ std::optional<std::string> ReportArguments::read(const std::vector<std::string>&
 bool overwrites(const std::string& output, const std::string& input) {
   std::error_code unknown;  // what does not exist is no device and equivalent to nothing
   if (std::filesystem::is_character_file(input, unknown)) return false;
+  if (std::filesystem::is_directory(input, unknown) && !output.empty()) {
+    // It would become one of the pieces.
+    const std::filesystem::path folder = std::filesystem::path(output).parent_path();
+    return std::filesystem::equivalent(folder.empty() ? "." : folder, input, unknown);
+  }
   return output == input || std::filesystem::equivalent(output, input, unknown);
 }
 

@@ -1,0 +1,85 @@
+#include <utility>
+
+#include "capture/packet_segments.h"
+
+namespace qv::capture {
+namespace {
+
+class PieceSegments final : public PacketSegments {
+ public:
+  PieceSegments(std::vector<std::string> paths, PieceOpening open)
+      : paths_(std::move(paths)), open_(std::move(open)) {}
+
+  std::optional<TCPSegment> next() override {
+    while (file_ != nullptr || openNext()) {
+      if (std::optional<TCPSegment> segment = file_->next()) {
+        segment->place.number += before_;
+        return segment;
+      }
+      end();
+    }
+    return std::nullopt;
+  }
+
+  std::optional<InputNote> nextNote() override {
+    if (notesGiven_ == notes_.size()) return std::nullopt;
+    return std::move(notes_[notesGiven_++]);
+  }
+
+  std::string_view format() const override { return format_; }
+  std::uint64_t packets() const override {
+    return before_ + (file_ == nullptr ? 0 : file_->packets());
+  }
+
+ private:
+  // What cannot be read is a note; false behind the last one.
+  bool openNext() {
+    while (opened_ < paths_.size()) {
+      source_ = open_(paths_[opened_++]);
+      std::optional<std::string> error;
+      file_ = PacketSegments::open(source_, &error);
+      if (file_ != nullptr) {
+        if (format_.empty()) format_ = file_->format();
+        return true;
+      }
+      add({InputNoteKind::unreadablePart, error.value_or(""), 0, 0, {}, {}, {}});
+    }
+    return false;
+  }
+
+  void end() {
+    while (std::optional<InputNote> note = file_->nextNote()) {
+      if (note->place.number > 0) note->place.number += before_;
+      add(*std::move(note));
+    }
+    if (const auto error = source_->error()) {
+      add({InputNoteKind::unreadablePart, *error, 0, 0, {}, {}, {}});
+    }
+    before_ += file_->packets();
+    file_.reset();
+  }
+
+  void add(InputNote note) {
+    note.text = paths_[opened_ - 1] + ": " + note.text;
+    notes_.push_back(std::move(note));
+  }
+
+  std::vector<std::string> paths_;
+  PieceOpening open_;
+  std::size_t opened_ = 0;
+  std::shared_ptr<ByteSource> source_;
+  std::unique_ptr<PacketSegments> file_;
+  std::string_view format_;
+  std::uint64_t before_ = 0;  // packets of the files before
+  std::vector<InputNote> notes_;
+  std::size_t notesGiven_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<PacketSegments> PacketSegments::openPieces(std::vector<std::string> paths,
+                                                           PieceOpening open) {
+  return std::make_unique<PieceSegments>(std::move(paths), std::move(open));
+}
+
+}  // namespace qv::capture
