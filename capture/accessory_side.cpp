@@ -3,6 +3,11 @@
 #include <cstddef>
 
 namespace qv::capture {
+namespace {
+
+constexpr std::size_t kMostRest = std::size_t{2} << 10;
+
+}  // namespace
 
 AccessorySide::Answer AccessorySide::look(bool fromFirst, ByteView bytes) {
   if (answer_ != Answer::unknown) return answer_;
@@ -16,9 +21,18 @@ AccessorySide::Answer AccessorySide::look(bool fromFirst, ByteView bytes) {
 }
 
 bool AccessorySide::Search::find(ByteView bytes) {
-  rest.insert(rest.end(), bytes.begin(), bytes.end());
-  const StartLineSearch::Result result = search.advance(rest, false);
-  rest.erase(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(result.length));
+  if (!rest.empty()) {
+    rest.insert(rest.end(), bytes.begin(), bytes.end());
+    bytes = rest;
+  }
+  const StartLineSearch::Result result = search.advance(bytes, false);
+  const ByteView kept = bytes.subspan(result.length);
+  if (kept.size() > kMostRest) {
+    search = StartLineSearch(direction);
+    rest = Bytes();
+  } else if (kept.size() < rest.size() || rest.empty()) {
+    rest = Bytes(kept.begin(), kept.end());
+  }
   return result.found;
 }
 

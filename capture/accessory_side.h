@@ -18,15 +18,19 @@ class AccessorySide {
   Answer answer() const { return answer_; }
 
  private:
-  // A search for start lines of one kind, and what it has to see again.
+  // A search for start lines of one kind, and what it has to see again: at most kMostRest bytes, so
+  // that a longer target of a request is not found before something else tells.
   struct Search {
+    explicit Search(Direction of) : direction(of), search(of) {}
+    bool find(ByteView bytes);
+
+    Direction direction;
     StartLineSearch search;
     Bytes rest;
-    bool find(ByteView bytes);
   };
   struct Side {
-    Search requests{StartLineSearch(Direction::toAccessory), {}};
-    Search responses{StartLineSearch(Direction::toController), {}};
+    Search requests{Direction::toAccessory};
+    Search responses{Direction::toController};
   };
 
   std::array<Side, 2> sides_;

@@ -23,13 +23,6 @@ std::size_t bytesOf(const StreamItem& item) {
   return message->header.size() + (message->body ? message->body->size() : 0);
 }
 
-std::uint64_t endOf(const StreamItem& item) {
-  if (const auto* message = std::get_if<FramedMessage>(&item)) return message->endOffset;
-  if (const auto* damage = std::get_if<Damage>(&item)) return damage->offset + damage->length;
-  const Gap& gap = std::get<Gap>(item);
-  return gap.offset + gap.length;
-}
-
 // A gap, or what it left of a message.
 bool isMissing(const StreamItem& item) {
   const auto* damage = std::get_if<Damage>(&item);
@@ -72,8 +65,13 @@ void ExchangePairing::add(Direction direction, StreamItem item, CapturePlace pla
 }
 
 void ExchangePairing::finish(Direction direction) {
-  if (direction == Direction::toAccessory) requestsFinished_ = true;
-  release();
+  if (direction == Direction::toAccessory) {
+    requestsFinished_ = true;
+    release();
+  } else {
+    responsesFinished_ = true;
+    if (responses_.empty()) closeRequests(requestCount_);
+  }
 }
 
 std::optional<ExchangeRecord> ExchangePairing::next() {
@@ -91,19 +89,38 @@ void ExchangePairing::addRequestItem(Held held) {
     requestPosition_ = std::max(requestPosition_, endOf(held.record.item));
   }
   if (const FramedMessage* request = held.record.message()) {
-    if (!open_.empty() && held.acknowledged && open_.back().acknowledged == held.acknowledged) {
-      pipelined_ = true;
-    }
+    notePipelining(held);
     held.record.requestIndex = requestCount_;
-    open_.push_back(
-        OpenRequest{requestCount_++, request->beginOffset, held.acknowledged, request->endKnown});
-    if (open_.size() > kMostOpenRequests) open_.pop_front();
+    openBytes_ += held.bytes;
+    open_.push_back(OpenRequest{requestCount_++, request->beginOffset, held.bytes,
+                                held.acknowledged, request->endKnown});
+    boundOpenRequests();
   } else if (const std::optional<PairingHole> hole = holeOf(held.record.item)) {
     noteRequestHole(*hole);
     uncertainty_ = isMissing(held.record.item) ? kRequestMissing : kRequestSkipped;
   }
   held.record.oldestOpenRequest = open_.empty() ? requestCount_ : open_.front().index;
   ready_.push_back(std::move(held.record));
+}
+
+// A request that was sent before the response to the one before.
+void ExchangePairing::notePipelining(const Held& held) {
+  if (!held.acknowledged) return;
+  const bool sameAsBefore = !open_.empty() && open_.back().acknowledged == held.acknowledged;
+  const bool beforeResponse =
+      lastResponseBegin_ && *held.acknowledged <= static_cast<std::int64_t>(*lastResponseBegin_);
+  pipelined_ = pipelined_ || sameAsBefore || beforeResponse;
+}
+
+// A request that is given up may be answered all the same.
+void ExchangePairing::boundOpenRequests() {
+  if (responsesFinished_) closeRequests(requestCount_);
+  while (open_.size() > kMostOpenRequests || (openBytes_ > kMostHeldBytes && open_.size() > 1)) {
+    const std::uint64_t begin = open_.front().begin;
+    closeRequests(open_.front().index + 1);
+    noteRequestHole({begin, open_.front().begin});
+    uncertainty_ = kTooManyOpen;
+  }
 }
 
 void ExchangePairing::noteRequestHole(PairingHole hole) {
@@ -118,13 +135,23 @@ void ExchangePairing::release() {
     heldBytes_ -= responses_.front().bytes;
     Held held = std::move(responses_.front());
     responses_.pop_front();
+    if (isAheadOfRequests(held)) {
+      // The limits let it go; its request may come.
+      const std::uint64_t end = static_cast<std::uint64_t>(held.acknowledged.value_or(0));
+      noteRequestHole({requestPosition_, std::max(end, requestPosition_ + 1)});
+      uncertainty_ = kRequestMayFollow;
+    }
     deliver(std::move(held));
   }
 }
 
 bool ExchangePairing::mustWait(const Held& held) const {
-  if (requestsFinished_ || !waitsForRequest(held.record)) return false;
   if (heldBytes_ > kMostHeldBytes || responses_.size() > kMostHeldItems) return false;
+  return isAheadOfRequests(held);
+}
+
+bool ExchangePairing::isAheadOfRequests(const Held& held) const {
+  if (requestsFinished_ || !waitsForRequest(held.record)) return false;
   // What the accessory had received when it answered is to be there first.
   if (held.acknowledged) return *held.acknowledged > static_cast<std::int64_t>(requestPosition_);
   return open_.empty();
@@ -170,12 +197,22 @@ void ExchangePairing::pairResponse(Held& held) {
     record.unpairedReason = uncertainty_;
     record.pairingUncertain = true;
     // It answers one of them all the same.
-    if (kind == MessageKind::response && !held.acknowledged && !open_.empty()) open_.pop_front();
+    if (kind == MessageKind::response && !held.acknowledged && !open_.empty()) {
+      closeRequests(open_.front().index + 1);
+    }
     return;
   }
   if (request == nullptr) return;
   record.answers = request->index;
   if (kind != MessageKind::response) return;
+  lastResponseBegin_ = record.message()->beginOffset;
+  const auto follows = std::find_if(open_.begin(), open_.end(), [&](const OpenRequest& other) {
+    return other.index > request->index;
+  });
+  if (follows != open_.end() && follows->acknowledged &&
+      *follows->acknowledged <= static_cast<std::int64_t>(*lastResponseBegin_)) {
+    pipelined_ = true;
+  }
   if (!request->endKnown) {
     uncertainty_ = kRequestEndUnknown;
     noteRequestHole({request->begin, requestPosition_});
@@ -214,7 +251,10 @@ bool ExchangePairing::mayAnswer(const Held& held, const OpenRequest& request) {
 }
 
 void ExchangePairing::closeRequests(std::uint64_t before) {
-  while (!open_.empty() && open_.front().index < before) open_.pop_front();
+  while (!open_.empty() && open_.front().index < before) {
+    openBytes_ -= open_.front().bytes;
+    open_.pop_front();
+  }
 }
 
 }  // namespace qv::capture

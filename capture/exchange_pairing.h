@@ -53,8 +53,12 @@ struct PairingHole {
 //
 // Damage and gaps that may hide a whole message, and a message whose end had to be guessed, make
 // the pairing of later responses uncertain; requests and events stay usable. Acknowledgements end
-// the uncertainty: when a request was sent behind everything that was lost, and no request was ever
-// sent on this connection before the response to the one before, the response behind it is its own.
+// the uncertainty, as far as the controller waits for responses: when a request was sent behind
+// everything that was lost, and no request was ever seen on this connection before the response to
+// the one before, the response behind it is its own.
+//
+// At most 256 requests, of 1 MiB together, wait for a response, and as much of responses for
+// requests that are still to come; beyond, the pairing is uncertain.
 class QV_EXPORT ExchangePairing {
  public:
   explicit ExchangePairing(std::uint64_t connection = 1) : connection_(connection) {}
@@ -75,6 +79,7 @@ class QV_EXPORT ExchangePairing {
   struct OpenRequest {
     std::uint64_t index = 0;
     std::uint64_t begin = 0;
+    std::size_t bytes = 0;
     std::optional<std::int64_t> acknowledged;
     bool endKnown = true;
   };
@@ -86,6 +91,9 @@ class QV_EXPORT ExchangePairing {
   void addRequestItem(Held held);
   void release();
   bool mustWait(const Held& held) const;
+  bool isAheadOfRequests(const Held& held) const;
+  void notePipelining(const Held& held);
+  void boundOpenRequests();
   void deliver(Held held);
   void pairResponse(Held& held);
   // As far as the acknowledgements tell.
@@ -100,9 +108,12 @@ class QV_EXPORT ExchangePairing {
   std::deque<Held> responses_;  // those that wait, and what stands behind them
   std::size_t heldBytes_ = 0;
   std::deque<OpenRequest> open_;  // without a final response so far
+  std::size_t openBytes_ = 0;
+  std::optional<std::uint64_t> lastResponseBegin_;  // of the last final response with a request
   std::uint64_t requestCount_ = 0;
   std::uint64_t requestPosition_ = 0;  // how much of their stream was added
   bool requestsFinished_ = false;
+  bool responsesFinished_ = false;
   bool pipelined_ = false;  // a request was sent before the response to the one before
   std::vector<PairingHole> requestHoles_;
   std::optional<PairingHole> responseHole_;  // the last one

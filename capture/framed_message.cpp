@@ -26,6 +26,13 @@ const char* completenessText(Completeness completeness) {
   return "";
 }
 
+std::uint64_t endOf(const StreamItem& item) {
+  if (const auto* message = std::get_if<FramedMessage>(&item)) return message->endOffset;
+  if (const auto* damage = std::get_if<Damage>(&item)) return damage->offset + damage->length;
+  const Gap& gap = std::get<Gap>(item);
+  return gap.offset + gap.length;
+}
+
 std::uint64_t FramedMessage::streamOffsetOf(std::uint64_t offsetInBody) const {
   if (isRecord || !body || segments.empty()) return bodyOffset;
   const std::uint64_t wanted = std::min<std::uint64_t>(offsetInBody, body->size());

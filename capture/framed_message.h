@@ -146,6 +146,9 @@ struct Gap {
 
 using StreamItem = std::variant<FramedMessage, Damage, Gap>;
 
+// The offset behind its last byte.
+QV_EXPORT std::uint64_t endOf(const StreamItem& item);
+
 // True when the items stand one after the other, leave out no byte of the stream and point nowhere
 // outside of themselves. Holds for everything that an HTTPFramer yields for a finished stream.
 QV_EXPORT bool accountsForEveryByte(std::span<const StreamItem> items, std::uint64_t streamLength);

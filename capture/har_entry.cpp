@@ -174,7 +174,7 @@ bool readRequest(const Value& entry, HAREntry& result, ErrorSlot errorDescriptio
     recorded.text.reset();
     recorded.wasSent = true;
   }
-  if (sizeUnder(request, "bodySize") == 0) recorded.size = 0;
+  recorded.size = sizeUnder(request, "bodySize");
   takeRecordedBody(recorded, builder.announced(), message);
   return true;
 }

@@ -5,6 +5,9 @@
 namespace qv::capture {
 namespace {
 
+// Packets of which the place is remembered beside that of the item under construction.
+constexpr std::size_t kMostMarks = 256;
+
 constexpr Direction opposite(Direction direction) {
   return direction == Direction::toAccessory ? Direction::toController : Direction::toAccessory;
 }
@@ -22,6 +25,11 @@ std::uint64_t placeOf(const StreamItem& item) {
   return std::get<Gap>(item).offset;
 }
 
+bool isWithinMessage(const StreamItem& item) {
+  const auto* gap = std::get_if<Gap>(&item);
+  return gap != nullptr && !gap->mayHideMessages;
+}
+
 }  // namespace
 
 HTTPConversation::HTTPConversation(std::uint64_t connection, bool partialStart,
@@ -31,7 +39,9 @@ HTTPConversation::HTTPConversation(std::uint64_t connection, bool partialStart,
              Side{framerFor(Direction::toController, partialStart, offsets[1], limits),
                   offsets[1]}},
       pairing_(connection),
-      emit_(std::move(emit)) {}
+      emit_(std::move(emit)) {
+  for (Side& side : sides_) side.told = side.position;
+}
 
 void HTTPConversation::feed(Direction direction, ByteView bytes, CapturePlace place,
                             std::optional<std::int64_t> acknowledged) {
@@ -42,7 +52,7 @@ void HTTPConversation::feed(Direction direction, ByteView bytes, CapturePlace pl
     drain(other);
   }
   Side& side = sideOf(direction);
-  side.marks.push_back({side.position, place, acknowledged});
+  mark(side, place, acknowledged);
   side.position += bytes.size();
   side.framer.feed(bytes);
   drain(direction);
@@ -50,7 +60,7 @@ void HTTPConversation::feed(Direction direction, ByteView bytes, CapturePlace pl
 
 void HTTPConversation::skip(Direction direction, std::uint64_t length, CapturePlace place) {
   Side& side = sideOf(direction);
-  side.marks.push_back({side.position, place, std::nullopt});
+  mark(side, place, std::nullopt);
   side.position += length;
   side.framer.skip(length);
   drain(direction);
@@ -65,13 +75,31 @@ void HTTPConversation::finish() {
   }
 }
 
+void HTTPConversation::mark(Side& side, CapturePlace place,
+                            std::optional<std::int64_t> acknowledged) {
+  const Mark mark{side.position, place, acknowledged};
+  if (side.told >= side.position) side.begin = mark;
+  side.recent.push_back(mark);
+  // What is told next begins in the item under construction or in what was not yet looked at.
+  while (side.recent.size() > kMostMarks) side.recent.pop_front();
+}
+
+// Offsets ascend from call to call.
+HTTPConversation::Mark HTTPConversation::markAt(Side& side, std::uint64_t offset) {
+  while (side.recent.size() > 1 && side.recent[1].offset <= offset) side.recent.pop_front();
+  const bool isRecent = !side.recent.empty() && side.recent.front().offset <= offset;
+  return isRecent && side.begin.offset <= side.recent.front().offset ? side.recent.front()
+                                                                     : side.begin;
+}
+
 void HTTPConversation::drain(Direction direction) {
   Side& side = sideOf(direction);
   while (std::optional<StreamItem> item = side.framer.next()) {
-    const std::uint64_t offset = placeOf(*item);
-    while (side.marks.size() > 1 && side.marks[1].offset <= offset) side.marks.pop_front();
-    Mark mark;
-    if (!side.marks.empty()) mark = side.marks.front();
+    const Mark mark = markAt(side, placeOf(*item));
+    if (!isWithinMessage(*item)) {
+      side.told = endOf(*item);
+      side.begin = markAt(side, side.told);
+    }
     pairing_.add(direction, *std::move(item), mark.place, mark.acknowledged);
   }
   emitPaired();

@@ -38,10 +38,14 @@ class HTTPConversation {
   struct Side {
     HTTPFramer framer;
     std::uint64_t position = 0;
-    std::deque<Mark> marks{};
+    Mark begin{};  // of the item under construction
+    std::deque<Mark> recent{};
+    std::uint64_t told = 0;  // the end of the items that were delivered
   };
 
   Side& sideOf(Direction direction) { return sides_[static_cast<std::size_t>(direction)]; }
+  void mark(Side& side, CapturePlace place, std::optional<std::int64_t> acknowledged);
+  static Mark markAt(Side& side, std::uint64_t offset);
   void drain(Direction direction);
   void emitPaired();
 

@@ -34,6 +34,13 @@ struct Undecided {
     std::uint64_t missing = 0;  // of a gap
     CapturePlace place;
     std::optional<std::int64_t> acknowledged;
+    std::optional<InputNoteKind> note;  // instead of bytes
+    std::string text;                   // of the note
+    std::uint64_t offset = 0;           // of what the note is about
+    std::uint64_t length = 0;
+
+    // What it takes to hold it.
+    std::size_t weight() const { return sizeof(Piece) + bytes.size() + text.size(); }
   };
   AccessorySide side;
   std::deque<Piece> pieces;
@@ -73,9 +80,9 @@ class PacketCaptureReader : public CaptureReader {
   void receive(Connection& connection, const TCPEvent& event);
   void hold(Connection& connection, const TCPEvent& event);
   void decide(Connection& connection, bool firstIsAccessory, bool partialStart);
-  void pass(Connection& connection, bool fromFirst, const Undecided::Piece& piece, ByteView bytes);
-  void note(const Connection& connection, const TCPEvent& event, InputNoteKind kind,
-            std::string text);
+  void keep(Undecided& undecided, Undecided::Piece piece);
+  void pass(Connection& connection, const Undecided::Piece& piece, ByteView bytes);
+  void note(Connection& connection, const TCPEvent& event, InputNoteKind kind, std::string text);
   void close(std::uint64_t key);
   void noteLeftOut(std::uint64_t count, std::string_view which);
   void finish();
@@ -179,16 +186,20 @@ void PacketCaptureReader::receive(Connection& connection, const TCPEvent& event)
     return;
   }
   Undecided::Piece piece;
+  piece.fromFirst = event.fromFirst;
   piece.missing = event.kind == TCPEventKind::gap ? event.length : 0;
   piece.place = event.place;
   piece.acknowledged = event.acknowledged;
-  pass(connection, event.fromFirst, piece, event.bytes);
+  pass(connection, piece, event.bytes);
 }
 
-void PacketCaptureReader::pass(Connection& connection, bool fromFirst,
-                               const Undecided::Piece& piece, ByteView bytes) {
-  const Direction direction = directionOf(connection, fromFirst);
-  if (piece.missing > 0) {
+void PacketCaptureReader::pass(Connection& connection, const Undecided::Piece& piece,
+                               ByteView bytes) {
+  const Direction direction = directionOf(connection, piece.fromFirst);
+  if (piece.note) {
+    ready_.emplace_back(InputNote{*piece.note, piece.text, piece.offset, piece.length,
+                                  connection.number, direction, piece.place});
+  } else if (piece.missing > 0) {
     connection.conversation->skip(direction, piece.missing, piece.place);
   } else {
     connection.conversation->feed(direction, bytes, piece.place, piece.acknowledged);
@@ -203,19 +214,9 @@ void PacketCaptureReader::hold(Connection& connection, const TCPEvent& event) {
   piece.missing = event.kind == TCPEventKind::gap ? event.length : 0;
   piece.place = event.place;
   piece.acknowledged = event.acknowledged;
-  undecided.held += piece.bytes.size();
-  undecidedBytes_ += piece.bytes.size();
   undecided.seen += piece.bytes.size();
-  undecided.pieces.push_back(std::move(piece));
+  keep(undecided, std::move(piece));
   const AccessorySide::Answer answer = undecided.side.look(event.fromFirst, event.bytes);
-  while ((undecided.held > kMostUndecidedBytes || undecidedBytes_ > kMostUndecidedInAll) &&
-         undecided.pieces.size() > 1) {
-    const Undecided::Piece& oldest = undecided.pieces.front();
-    undecided.held -= oldest.bytes.size();
-    undecidedBytes_ -= oldest.bytes.size();
-    undecided.dropped[oldest.fromFirst ? 0 : 1] += oldest.bytes.size() + oldest.missing;
-    undecided.pieces.pop_front();
-  }
   if (answer != AccessorySide::Answer::unknown) {
     decide(connection, answer == AccessorySide::Answer::first, connection.partialStart);
   } else if (undecided.seen > kMostBytesWithoutHTTP) {
@@ -223,6 +224,20 @@ void PacketCaptureReader::hold(Connection& connection, const TCPEvent& event) {
     connection.undecided.reset();
     connection.isPassedOver = true;
     ++passedOver_;
+  }
+}
+
+void PacketCaptureReader::keep(Undecided& undecided, Undecided::Piece piece) {
+  undecided.held += piece.weight();
+  undecidedBytes_ += piece.weight();
+  undecided.pieces.push_back(std::move(piece));
+  while ((undecided.held > kMostUndecidedBytes || undecidedBytes_ > kMostUndecidedInAll) &&
+         undecided.pieces.size() > 1) {
+    const Undecided::Piece& oldest = undecided.pieces.front();
+    undecided.held -= oldest.weight();
+    undecidedBytes_ -= oldest.weight();
+    undecided.dropped[oldest.fromFirst ? 0 : 1] += oldest.bytes.size() + oldest.missing;
+    undecided.pieces.pop_front();
   }
 }
 
@@ -249,17 +264,24 @@ void PacketCaptureReader::decide(Connection& connection, bool firstIsAccessory, 
   if (undecided == nullptr) return;
   undecidedBytes_ -= undecided->held;
   for (const Undecided::Piece& piece : undecided->pieces) {
-    pass(connection, piece.fromFirst, piece, piece.bytes);
+    pass(connection, piece, piece.bytes);
   }
 }
 
-void PacketCaptureReader::note(const Connection& connection, const TCPEvent& event,
-                               InputNoteKind kind, std::string text) {
-  if (connection.conversation == nullptr) return;
-  InputNote note{kind, std::move(text), event.offset, event.length, connection.number, {}, {}};
-  note.direction = directionOf(connection, event.fromFirst);
-  note.place = event.place;
-  ready_.emplace_back(std::move(note));
+void PacketCaptureReader::note(Connection& connection, const TCPEvent& event, InputNoteKind kind,
+                               std::string text) {
+  Undecided::Piece piece;
+  piece.fromFirst = event.fromFirst;
+  piece.place = event.place;
+  piece.note = kind;
+  piece.text = std::move(text);
+  piece.offset = event.offset;
+  piece.length = event.length;
+  if (connection.undecided != nullptr) {
+    keep(*connection.undecided, std::move(piece));
+  } else if (connection.conversation != nullptr) {
+    pass(connection, piece, {});
+  }
 }
 
 void PacketCaptureReader::close(std::uint64_t key) {

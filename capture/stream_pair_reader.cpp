@@ -55,9 +55,14 @@ bool StreamPairReader::readRequest() {
 }
 
 bool StreamPairReader::readResponse() {
-  if (responses_ == nullptr) return false;
-  std::optional<StreamItem> item = responses_->next();
-  if (!item) return false;
+  if (responsesEnded_) return false;
+  std::optional<StreamItem> item;
+  if (responses_ != nullptr) item = responses_->next();
+  if (!item) {
+    responsesEnded_ = true;
+    pairing_.finish(Direction::toController);
+    return false;
+  }
   const auto* message = std::get_if<FramedMessage>(&*item);
   if (message != nullptr && message->kind == MessageKind::response) responseIsDue_ = false;
   pairing_.add(Direction::toController, *std::move(item));

@@ -39,6 +39,7 @@ class QV_EXPORT StreamPairReader : public CaptureReader {
   bool opened_ = false;
   bool closed_ = false;
   bool requestsEnded_ = false;
+  bool responsesEnded_ = false;
   bool responseIsDue_ = false;
 };
 

@@ -16,13 +16,17 @@ inline constexpr std::string_view kResponseMissing =
 inline constexpr std::string_view kRequestEndUnknown = "the end of an earlier request is not known";
 inline constexpr std::string_view kResponseEndUnknown =
     "the end of an earlier response is not known";
+inline constexpr std::string_view kTooManyOpen = "too many requests wait for a response";
+inline constexpr std::string_view kRequestMayFollow =
+    "its request would come too far behind it in the capture";
 // Of a capture that was made of another one.
 inline constexpr std::string_view kToldUncertain =
     "it was not known what it answers when the capture was written";
 
 inline constexpr std::string_view kUnpairedReasons[] = {
-    kNoRequest,       kNoFirstWord,       kRequestSkipped,     kResponseSkipped, kRequestMissing,
-    kResponseMissing, kRequestEndUnknown, kResponseEndUnknown, kToldUncertain,
+    kNoRequest,      kNoFirstWord,     kRequestSkipped,    kResponseSkipped,
+    kRequestMissing, kResponseMissing, kRequestEndUnknown, kResponseEndUnknown,
+    kToldUncertain,  kTooManyOpen,     kRequestMayFollow,
 };
 
 }  // namespace qv::capture
