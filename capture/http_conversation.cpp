@@ -12,10 +12,10 @@ constexpr Direction opposite(Direction direction) {
   return direction == Direction::toAccessory ? Direction::toController : Direction::toAccessory;
 }
 
-HTTPFramer framerFor(Direction direction, bool partialStart, std::uint64_t offset,
+HTTPFramer framerFor(Direction direction, HTTPConversation::Beginning beginning,
                      FramingLimits limits) {
-  if (partialStart || offset > 0) return HTTPFramer::inMidstream(direction, offset, limits);
-  return HTTPFramer(direction, limits);
+  if (!beginning.isPartial && beginning.offset == 0) return HTTPFramer(direction, limits);
+  return HTTPFramer::inMidstream(direction, beginning.offset, limits);
 }
 
 // Where the item is told to be: a message's first byte behind empty lines.
@@ -32,12 +32,10 @@ bool isWithinMessage(const StreamItem& item) {
 
 }  // namespace
 
-HTTPConversation::HTTPConversation(std::uint64_t connection, bool partialStart,
-                                   std::array<std::uint64_t, 2> offsets, FramingLimits limits,
-                                   Emit emit)
-    : sides_{Side{framerFor(Direction::toAccessory, partialStart, offsets[0], limits), offsets[0]},
-             Side{framerFor(Direction::toController, partialStart, offsets[1], limits),
-                  offsets[1]}},
+HTTPConversation::HTTPConversation(std::uint64_t connection, std::array<Beginning, 2> beginnings,
+                                   FramingLimits limits, Emit emit)
+    : sides_{Side{framerFor(Direction::toAccessory, beginnings[0], limits), beginnings[0].offset},
+             Side{framerFor(Direction::toController, beginnings[1], limits), beginnings[1].offset}},
       pairing_(connection),
       emit_(std::move(emit)) {
   for (Side& side : sides_) side.told = side.position;
@@ -66,9 +64,9 @@ void HTTPConversation::skip(Direction direction, std::uint64_t length, CapturePl
   drain(direction);
 }
 
-void HTTPConversation::finish() {
+void HTTPConversation::finish(std::array<bool, 2> ended) {
   for (const Direction direction : {Direction::toAccessory, Direction::toController}) {
-    sideOf(direction).framer.finish();
+    sideOf(direction).framer.finish(ended[static_cast<std::size_t>(direction)]);
     drain(direction);
     pairing_.finish(direction);
     emitPaired();

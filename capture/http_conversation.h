@@ -18,15 +18,20 @@ class HTTPConversation {
  public:
   using Emit = std::function<void(ExchangeRecord)>;
 
-  // `offsets` are where the streams towards the accessory and the controller begin.
-  HTTPConversation(std::uint64_t connection, bool partialStart,
-                   std::array<std::uint64_t, 2> offsets, FramingLimits limits, Emit emit);
+  // How the stream towards the accessory and the one towards the controller begin.
+  struct Beginning {
+    bool isPartial = false;  // in its midst
+    std::uint64_t offset = 0;
+  };
+  HTTPConversation(std::uint64_t connection, std::array<Beginning, 2> beginnings,
+                   FramingLimits limits, Emit emit);
 
   // Bytes of a direction in order, with what their packet acknowledges of the other one.
   void feed(Direction direction, ByteView bytes, CapturePlace place,
             std::optional<std::int64_t> acknowledged);
   void skip(Direction direction, std::uint64_t length, CapturePlace place);
-  void finish();
+  // Which of the streams, in the same order, came to their ends.
+  void finish(std::array<bool, 2> ended);
 
  private:
   // Where a stretch of a stream came from; it ends where the next one begins.

@@ -43,7 +43,10 @@ class HTTPFramer::Impl {
     if (!finished_) gap_ += length;
   }
   void settle() { settled_ = true; }
-  void finish() { finished_ = true; }
+  void finish(bool streamEnded) {
+    finished_ = true;
+    streamEnded_ = streamEnded;
+  }
 
   std::optional<StreamItem> next() {
     for (;;) {
@@ -157,6 +160,7 @@ class HTTPFramer::Impl {
   FramingLimits limits_;
   StreamWindow window_;
   bool finished_ = false;
+  bool streamEnded_ = true;
   bool isBehindGap_ = false;  // the item under construction begins there
   bool settled_ = false;      // nothing follows that belongs to what was fed
   std::uint64_t gap_ = 0;     // bytes that are missing behind the window
@@ -343,6 +347,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readUntilClose() {
   message_.framing = BodyFraming::untilClose;
   keepBody(window_.view().size());
   if (!isAtEnd()) return Progress::needsInput;
+  if (!streamEnded_) return deliverCut(Completeness::bodyCut);
   const std::uint64_t length = window_.offset() - message_.bodyOffset;
   if (length > 0) {
     note(FramingNoteKind::bodyEndedByClose, "the body is ended by the close of the connection",
@@ -471,8 +476,8 @@ void HTTPFramer::skip(std::uint64_t length) {
 void HTTPFramer::settle() {
   impl_->settle();
 }
-void HTTPFramer::finish() {
-  impl_->finish();
+void HTTPFramer::finish(bool streamEnded) {
+  impl_->finish(streamEnded);
 }
 std::optional<StreamItem> HTTPFramer::next() {
   return impl_->next();

@@ -54,7 +54,9 @@ class QV_EXPORT HTTPFramer {
   void skip(std::uint64_t length);
   // No byte that belongs to a message fed so far is still to come: a 204 that waits is delivered.
   void settle();
-  void finish();
+  // `streamEnded` is false where it is known that only the capture stops: a body that the close of
+  // the connection ends is cut then.
+  void finish(bool streamEnded = true);
 
   // Null when more bytes are needed or, after `finish`, when everything was delivered.
   std::optional<StreamItem> next();

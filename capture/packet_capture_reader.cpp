@@ -52,7 +52,8 @@ struct Undecided {
 struct Connection {
   Endpoint first;
   Endpoint second;
-  bool partialStart = false;
+  bool firstIsPartial = false;
+  bool secondIsPartial = false;
   bool isPassedOver = false;
   bool firstIsAccessory = false;
   std::unique_ptr<Undecided> undecided;
@@ -79,11 +80,11 @@ class PacketCaptureReader : public CaptureReader {
   void open(const TCPEvent& event);
   void receive(Connection& connection, const TCPEvent& event);
   void hold(Connection& connection, const TCPEvent& event);
-  void decide(Connection& connection, bool firstIsAccessory, bool partialStart);
+  void decide(Connection& connection, bool firstIsAccessory);
   void keep(Undecided& undecided, Undecided::Piece piece);
   void pass(Connection& connection, const Undecided::Piece& piece, ByteView bytes);
   void note(Connection& connection, const TCPEvent& event, InputNoteKind kind, std::string text);
-  void close(std::uint64_t key);
+  void close(const TCPEvent& event);
   void noteLeftOut(std::uint64_t count, std::string_view which);
   void finish();
 
@@ -159,7 +160,7 @@ void PacketCaptureReader::handle(const TCPEvent& event) {
            "bytes were given up to keep memory within bounds");
       break;
     case TCPEventKind::closed:
-      close(event.connection);
+      close(event);
       break;
   }
 }
@@ -168,11 +169,12 @@ void PacketCaptureReader::open(const TCPEvent& event) {
   Connection& connection = connections_[event.connection];
   connection.first = event.first;
   connection.second = event.second;
-  connection.partialStart = event.partialStart;
+  connection.firstIsPartial = event.firstIsPartial;
+  connection.secondIsPartial = event.secondIsPartial;
   if (!port_ || (event.first.port == *port_ && event.second.port == *port_)) {
     connection.undecided = std::make_unique<Undecided>();
   } else if (event.first.port == *port_ || event.second.port == *port_) {
-    decide(connection, event.first.port == *port_, event.partialStart);
+    decide(connection, event.first.port == *port_);
   } else {
     connection.isPassedOver = true;
     ++otherPorts_;
@@ -218,7 +220,7 @@ void PacketCaptureReader::hold(Connection& connection, const TCPEvent& event) {
   keep(undecided, std::move(piece));
   const AccessorySide::Answer answer = undecided.side.look(event.fromFirst, event.bytes);
   if (answer != AccessorySide::Answer::unknown) {
-    decide(connection, answer == AccessorySide::Answer::first, connection.partialStart);
+    decide(connection, answer == AccessorySide::Answer::first);
   } else if (undecided.seen > kMostBytesWithoutHTTP) {
     undecidedBytes_ -= undecided.held;
     connection.undecided.reset();
@@ -241,25 +243,25 @@ void PacketCaptureReader::keep(Undecided& undecided, Undecided::Piece piece) {
   }
 }
 
-void PacketCaptureReader::decide(Connection& connection, bool firstIsAccessory, bool partialStart) {
+void PacketCaptureReader::decide(Connection& connection, bool firstIsAccessory) {
   connection.firstIsAccessory = firstIsAccessory;
   connection.number = ++told_;
   const Endpoint& accessory = firstIsAccessory ? connection.first : connection.second;
   const Endpoint& controller = firstIsAccessory ? connection.second : connection.first;
-  ready_.push_back(
-      ConnectionOpened{connection.number, controller.text(), accessory.text(), partialStart});
+  ready_.push_back(ConnectionOpened{connection.number, controller.text(), accessory.text(),
+                                    connection.firstIsPartial || connection.secondIsPartial});
 
   const std::unique_ptr<Undecided> undecided = std::move(connection.undecided);
   // What was dropped meanwhile held no message.
-  std::array<std::uint64_t, 2> offsets{};
-  if (undecided != nullptr) {
-    for (const bool first : {true, false}) {
-      offsets[static_cast<std::size_t>(directionOf(connection, first))] =
-          undecided->dropped[first ? 0 : 1];
-    }
+  std::array<HTTPConversation::Beginning, 2> beginnings{};
+  for (const bool first : {true, false}) {
+    HTTPConversation::Beginning& beginning =
+        beginnings[static_cast<std::size_t>(directionOf(connection, first))];
+    beginning.isPartial = first ? connection.firstIsPartial : connection.secondIsPartial;
+    if (undecided != nullptr) beginning.offset = undecided->dropped[first ? 0 : 1];
   }
   connection.conversation = std::make_unique<HTTPConversation>(
-      connection.number, partialStart, offsets, limits_,
+      connection.number, beginnings, limits_,
       [this](ExchangeRecord record) { ready_.emplace_back(std::move(record)); });
   if (undecided == nullptr) return;
   undecidedBytes_ -= undecided->held;
@@ -284,11 +286,14 @@ void PacketCaptureReader::note(Connection& connection, const TCPEvent& event, In
   }
 }
 
-void PacketCaptureReader::close(std::uint64_t key) {
-  const auto found = connections_.find(key);
+void PacketCaptureReader::close(const TCPEvent& event) {
+  const auto found = connections_.find(event.connection);
   const Connection& connection = found->second;
   if (connection.conversation != nullptr) {
-    connection.conversation->finish();
+    std::array<bool, 2> ended{};
+    ended[static_cast<std::size_t>(directionOf(connection, true))] = event.firstEnded;
+    ended[static_cast<std::size_t>(directionOf(connection, false))] = event.secondEnded;
+    connection.conversation->finish(ended);
     ready_.emplace_back(ConnectionClosed{connection.number});
   } else if (connection.undecided != nullptr && connection.undecided->seen > 0) {
     undecidedBytes_ -= connection.undecided->held;

@@ -38,10 +38,11 @@ std::int64_t numberAt(std::string_view text) {
 std::string report(const qv::test::Case& lines) {
   std::string text;
   const bool partial = lines.front() == "partial";
-  HTTPConversation conversation(1, partial, {}, {},
+  const HTTPConversation::Beginning beginning{partial, 0};
+  HTTPConversation conversation(1, {beginning, beginning}, {},
                                 [&](const ExchangeRecord& record) { text += describe(record); });
   for (const std::string& line : lines) {
-    if (line == "partial") continue;
+    if (line == "partial" || line == "stops") continue;
     const Direction direction = line[0] == '>' ? Direction::toAccessory : Direction::toController;
     if (line[1] == '~') {
       conversation.skip(direction, static_cast<std::uint64_t>(numberAt(line.substr(3))), {});
@@ -53,7 +54,8 @@ std::string report(const qv::test::Case& lines) {
     const Bytes bytes = qv::test::readableBytes(line.substr(blank + 1));
     conversation.feed(direction, bytes, {}, acknowledged);
   }
-  conversation.finish();
+  const bool ended = lines.back() != "stops";
+  conversation.finish({ended, ended});
   return text;
 }
 
