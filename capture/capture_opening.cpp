@@ -17,7 +17,6 @@
 namespace qv::capture {
 namespace {
 
-constexpr std::size_t kGzipMagic = 3;
 constexpr std::size_t kPacketMagic = 4;
 // How far the keys of a JSON object and the first start line of a stream are searched for.
 constexpr std::size_t kFarthest = std::size_t{64} << 10;
@@ -170,10 +169,7 @@ std::unique_ptr<CaptureReader> openStream(const std::shared_ptr<PeekedSource>& s
 
 std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource> source, CaptureForm form,
                                            const OpenOptions& options, ErrorSlot errorDescription) {
-  auto peeked = std::make_shared<PeekedSource>(std::move(source));
-  if (GzipSource::recognises(peeked->peek(kGzipMagic))) {
-    peeked = std::make_shared<PeekedSource>(std::make_shared<GzipSource>(peeked));
-  }
+  const std::shared_ptr<PeekedSource> peeked = inflatedWhereCompressed(std::move(source));
   if (peeked->peek(1).empty() && peeked->error()) return fail(errorDescription, *peeked->error());
 
   std::optional<Direction> direction;

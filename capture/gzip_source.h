@@ -27,4 +27,7 @@ class QV_EXPORT GzipSource : public ByteSource {
   std::unique_ptr<Impl> impl_;
 };
 
+// The bytes of the source, inflated where they begin like those of gzip.
+QV_EXPORT std::shared_ptr<PeekedSource> inflatedWhereCompressed(std::shared_ptr<ByteSource> source);
+
 }  // namespace qv::capture

@@ -13,7 +13,6 @@
 namespace qv::capture {
 namespace {
 
-constexpr std::size_t kGzipMagic = 3;
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::string_view kCompressed = ".gz";
 
@@ -129,11 +128,7 @@ bool FilesSource::openNext() {
     return false;
   }
   begins_.push_back(bytesRead_);
-  const auto peeked = std::make_shared<PeekedSource>(std::move(file));
-  file_ = peeked;
-  if (GzipSource::recognises(peeked->peek(kGzipMagic))) {
-    file_ = std::make_shared<GzipSource>(peeked);
-  }
+  file_ = inflatedWhereCompressed(std::move(file));
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "capture/capture_opening.h"
+#include "capture/gzip_source.h"
 #include "capture/packet_capture_reader.h"
 #include "capture/piece_files.h"
 #include "capture/stream_pair_reader.h"
@@ -43,7 +44,7 @@ class WaitingSource : public ByteSource {
   std::function<void()> beforeWaiting_;
 };
 
-// Passes a source on, counts its bytes and keeps how it begins.
+// Passes a source on, counts its bytes and keeps how it begins. Ends when a signal came.
 class ObservedSource : public ByteSource {
  public:
   ObservedSource(std::shared_ptr<ByteSource> source, InputRecord& record)
@@ -51,6 +52,7 @@ class ObservedSource : public ByteSource {
 
   std::size_t read(std::span<std::uint8_t> destination) override {
     constexpr std::size_t kMost = 32;
+    if (SignalWatch::signal() != 0) return 0;
     const std::size_t count = source_->read(destination);
     record_.bytes += count;
     const std::size_t room = kMost - std::min(kMost, record_.head.size());
@@ -191,8 +193,9 @@ bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err)
     const auto source = sourceOf(record, err);
     opened = opened && source != nullptr;
     if (source == nullptr) continue;
-    streams[static_cast<std::size_t>(direction)] = std::make_shared<ByteStreamItems>(
-        source, direction, capture::FramingLimits{options.maxMessageSize});
+    streams[static_cast<std::size_t>(direction)] =
+        std::make_shared<ByteStreamItems>(capture::inflatedWhereCompressed(source), direction,
+                                          capture::FramingLimits{options.maxMessageSize});
   }
   reader_ = std::make_unique<capture::StreamPairReader>(streams[0], streams[1]);
   return opened;
