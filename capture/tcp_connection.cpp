@@ -7,6 +7,8 @@ namespace qv::capture {
 namespace {
 
 constexpr std::int64_t kSynSlack = std::int64_t{1} << 16;
+// What its sender sent before a RST may be captured a little later than it, up to here.
+constexpr std::int64_t kResetSlack = std::int64_t{1} << 16;
 
 std::uint32_t firstByteOf(const TCPSegment& segment) {
   return segment.sequence + (segment.syn ? 1 : 0);
@@ -27,17 +29,10 @@ TCPConnection::TCPConnection(std::uint64_t number, const Endpoint& side0, const 
       lastAt_(time) {}
 
 TCPConnection::Belonging TCPConnection::belonging(const TCPSegment& segment, unsigned side) {
+  if (stage_ == Stage::closed) return belongingOnceClosed(segment, side);
+  if (segment.rst) return Belonging::here;
   const TCPStream& sender = streams_[side];
-  const TCPStream& receiver = streams_[1 - side];
   const std::uint32_t first = firstByteOf(segment);
-  if (segment.rst) return stage_ == Stage::closed ? Belonging::stray : Belonging::here;
-  if (stage_ == Stage::closed) {
-    const bool known = segment.syn       ? sender.beginsAt(first)
-                       : sender.placed() ? sender.stands(first, TCPStream::kNear)
-                                         : !segment.ack || receiver.stands(segment.acknowledgement,
-                                                                           TCPStream::kNear);
-    return known ? Belonging::stray : Belonging::elsewhere;
-  }
   if (segment.syn) {
     if (!sender.placed() || sender.beginsAt(first)) return Belonging::here;
     if (!sender.stands(first, kSynSlack)) return Belonging::elsewhere;
@@ -45,11 +40,49 @@ TCPConnection::Belonging TCPConnection::belonging(const TCPSegment& segment, uns
     const bool guessed = settling_ && !settling_->syn[side];
     return guessed ? Belonging::here : Belonging::stray;
   }
-  if (stage_ == Stage::settling || !sender.placed() || sender.positionOf(first)) {
-    strays_ = 0;
-    return Belonging::here;
+  if (stage_ == Stage::settling || !sender.placed()) return Belonging::here;
+  if (!sender.positionOf(first) || isFarBehind(segment, side)) return countStray(side);
+  strays_[side] = 0;
+  return Belonging::here;
+}
+
+TCPConnection::Belonging TCPConnection::belongingOnceClosed(const TCPSegment& segment,
+                                                            unsigned side) {
+  const TCPStream& sender = streams_[side];
+  const TCPStream& receiver = streams_[1 - side];
+  const std::uint32_t first = firstByteOf(segment);
+  if (segment.rst) {
+    // The answer to what the other side had under way.
+    strays_ = {};
+    return Belonging::stray;
   }
-  return ++strays_ < kStraysToBegin ? Belonging::stray : Belonging::elsewhere;
+  const bool known = segment.syn       ? sender.beginsAt(first)
+                     : sender.placed() ? sender.stands(first, TCPStream::kNear)
+                                       : !segment.ack || receiver.stands(segment.acknowledgement,
+                                                                         TCPStream::kNear);
+  if (!known) return Belonging::elsewhere;
+  const auto length = static_cast<std::int64_t>(lengthOf(segment));
+  const auto position = sender.placed() ? sender.positionOf(first) : std::nullopt;
+  if (length == 0 || (position && *position + length <= sender.delivered())) {
+    return Belonging::stray;
+  }
+  return countStray(side);
+}
+
+TCPConnection::Belonging TCPConnection::countStray(unsigned side) {
+  return ++strays_[side] < kStraysToBegin ? Belonging::stray : Belonging::elsewhere;
+}
+
+// Of another connection, then, unless both its numbers have occurred in this one: a late copy.
+bool TCPConnection::isFarBehind(const TCPSegment& segment, unsigned side) const {
+  const TCPStream& sender = streams_[side];
+  const TCPStream& receiver = streams_[1 - side];
+  const auto position = sender.positionOf(segment.sequence);
+  const auto length = static_cast<std::int64_t>(lengthOf(segment));
+  if (!position || *position + length >= sender.delivered() - TCPStream::kNear) return false;
+  const bool copy = sender.wasSent(segment.sequence) && (!segment.ack || !receiver.placed() ||
+                                                         receiver.wasSent(segment.acknowledgement));
+  return !copy;
 }
 
 void TCPConnection::add(const TCPSegment& segment, unsigned side, std::int64_t time,
@@ -181,6 +214,7 @@ void TCPConnection::process(const TCPSegment& segment, unsigned side, std::int64
       }
       if (segment.fin) sender.endAt(*position + static_cast<std::int64_t>(length));
     }
+    if (lastPackets_ > 0) reopenIfAlive(segment, side);
   }
   if (++packets_ % kPacketsToAge == 0) {
     for (const unsigned each : {firstSide_, 1 - firstSide_}) {
@@ -199,10 +233,37 @@ void TCPConnection::processReset(const TCPSegment& segment, unsigned side, std::
                        receiver.stands(segment.acknowledgement, TCPStream::kNear) &&
                        !sender.placed();
   if (!refusal && sender.placed() && !sender.stands(segment.sequence, TCPStream::kNear)) return;
+  const std::int64_t sent = sender.sentEnd();
+  reset_ = {side, sent, sent};
+  if (const auto position = sender.placed() ? sender.positionOf(segment.sequence) : std::nullopt) {
+    // Hosts ignore one that stands before what they received; a FIN counts as one, captured or not.
+    if (*position + 1 < sender.acknowledged()) return;
+    if (*position > sent && *position <= sent + kResetSlack) reset_.sent = *position;
+  }
   stage_ = Stage::ending;
   closesAt_ = time + kTimeAfterReset;
   lastPackets_ = kPacketsAfterReset;
   endPlace_ = segment.place;
+}
+
+// Hosts ignore a RST that does not stand exactly where they expect it, which a capture with holes
+// cannot tell; but what its sender goes on to send, or its receiver to acknowledge, can.
+void TCPConnection::reopenIfAlive(const TCPSegment& segment, unsigned side) {
+  const TCPStream& stream = streams_[reset_.side];
+  if (!stream.placed()) return;
+  const bool sender = side == reset_.side;
+  if (!sender && !segment.ack) return;
+  const auto length = static_cast<std::int64_t>(lengthOf(segment));
+  if (sender && length == 0) return;
+  const auto position = stream.positionOf(sender ? firstByteOf(segment) : segment.acknowledgement);
+  if (!position) return;
+  const std::int64_t end = sender ? *position + length : *position;
+  const std::int64_t limit = sender ? reset_.sent : reset_.acknowledged + 1;
+  if (end <= limit || end > limit + TCPStream::kNear) return;
+  stage_ = Stage::open;
+  lastPackets_ = 0;
+  closesAt_ = 0;
+  endPlace_ = {};
 }
 
 void TCPConnection::endIfDone(const CapturePlace& place, std::int64_t time, TCPReassembly& shared) {

@@ -32,7 +32,7 @@ class TCPConnection {
   static constexpr std::int64_t kTimeAfterReset = kSecond;
   static constexpr std::int64_t kTimeAfterFINs = 60 * kSecond;
   static constexpr std::int64_t kPause = kSecond;
-  // Of packets that stand nowhere near the streams, how many in a row make a new connection.
+  // Of packets of one side that are none of its stream, how many in a row make a new connection.
   static constexpr std::uint32_t kStraysToBegin = 8;
 
   TCPConnection(std::uint64_t number, const Endpoint& side0, const Endpoint& side1,
@@ -76,9 +76,21 @@ class TCPConnection {
     unsigned sideThatOpened() const;
   };
 
+  // After a RST, what its receiver would not have received, or not acknowledged, had it ended
+  // there.
+  struct Reset {
+    unsigned side = 0;
+    std::int64_t sent = 0;
+    std::int64_t acknowledged = 0;
+  };
+
+  Belonging belongingOnceClosed(const TCPSegment& segment, unsigned side);
+  Belonging countStray(unsigned side);
+  bool isFarBehind(const TCPSegment& segment, unsigned side) const;
   void wait(const TCPSegment& segment, unsigned side, TCPReassembly& shared);
   void process(const TCPSegment& segment, unsigned side, std::int64_t time, TCPReassembly& shared);
   void processReset(const TCPSegment& segment, unsigned side, std::int64_t time);
+  void reopenIfAlive(const TCPSegment& segment, unsigned side);
   void endIfDone(const CapturePlace& place, std::int64_t time, TCPReassembly& shared);
 
   std::uint64_t number_;
@@ -88,8 +100,9 @@ class TCPConnection {
   Stage stage_ = Stage::settling;
   unsigned firstSide_ = 0;
   std::uint32_t packets_ = 0;
-  std::uint32_t strays_ = 0;
+  std::array<std::uint32_t, 2> strays_{};
   std::uint32_t lastPackets_ = 0;  // after a RST, how many more are read; 0 without one
+  Reset reset_;
   std::int64_t begunAt_;
   std::int64_t lastAt_;
   std::int64_t closesAt_ = 0;

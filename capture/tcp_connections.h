@@ -66,8 +66,9 @@ struct TCPEvent {
 // Order. Of bytes that come twice the first copy counts. A later one is compared with those that
 // wait, and with the last 64 KiB that were delivered, which are kept for 64 directions at a time.
 // Keep-alive probes are no copies, bytes behind a FIN and those of a RST no data. A sequence number
-// is read as the nearest place; what is more than 1 GiB off is passed over, and eight such packets
-// in a row are a new connection.
+// is read as the nearest place. A packet that is more than 1 GiB off is passed over, and so is one
+// more than 1 MiB behind what was delivered, unless both its numbers occurred in the connection;
+// eight such packets of one side in a row are a new connection.
 //
 // Beginnings. Without both SYNs the first packets of a connection wait, so that earlier ones may
 // still come: eight packets, 64 KiB, or one second of capture time (packets without a time take a
@@ -81,10 +82,13 @@ struct TCPEvent {
 // 1 MiB ahead of everything else counts as far as a second one confirms it.
 //
 // Ends. A connection ends when both streams were told up to their FINs; one second of capture time
-// or 16 packets after a RST that stands within 1 MiB of its stream; 60 seconds after both FINs;
+// or 16 packets after a RST that stands within 1 MiB of its stream and not before what was
+// acknowledged, unless its sender sends, or its receiver acknowledges, new bytes; 60 seconds after
+// both FINs;
 // with a SYN that reuses its ports (one that is not its own and stands 64 KiB or more from its
 // stream, or any once it has ended); at the end of the capture. The last 1024 that ended are
-// remembered, so that late packets of theirs are passed over.
+// remembered, so that late packets of theirs are passed over; eight with new bytes of one side,
+// without a RST between them, are a new connection.
 //
 // So shuffled and duplicated packets give the same bytes, as long as no packet is late by more than
 // the first packets wait, and no acknowledgement overtakes what it confirms by more than 16

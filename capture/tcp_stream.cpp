@@ -39,6 +39,11 @@ bool TCPStream::stands(std::uint32_t sequence, std::int64_t within) const {
          *position <= std::max(front(), sentEnd_) + within;
 }
 
+bool TCPStream::wasSent(std::uint32_t sequence) const {
+  const auto position = positionOf(sequence);
+  return position && *position >= -kNear && *position <= std::max(front(), sentEnd_) + kNear;
+}
+
 std::optional<std::int64_t> TCPStream::acknowledge(std::uint32_t sequence) {
   if (!placed_) place(sequence);
   auto position = positionOf(sequence);

@@ -50,6 +50,8 @@ class TCPStream {
   // Null when it is farther than `kWindow` from where the stream stands.
   std::optional<std::int64_t> positionOf(std::uint32_t sequence) const;
   bool stands(std::uint32_t sequence, std::int64_t within) const;
+  // Whether it was sent, give or take `kNear`, since the beginning of the stream.
+  bool wasSent(std::uint32_t sequence) const;
 
   void sawSYN() { seen_ = true; }
   // Answers the position that the receiver acknowledges, null when it makes no sense.
@@ -69,6 +71,8 @@ class TCPStream {
 
   std::size_t waitingBytes() const { return waiting_ ? waiting_->cost : 0; }
   std::int64_t delivered() const { return next_; }
+  std::int64_t acknowledged() const { return acked_; }
+  std::int64_t sentEnd() const { return sentEnd_; }
 
  private:
   static constexpr std::int64_t kNowhere = std::numeric_limits<std::int64_t>::max();
