@@ -295,6 +295,8 @@ void TCPConnection::close(const CapturePlace& place, TCPReassembly& shared) {
   }
   TCPEvent& closed = output(firstSide_, endPlace_.number > 0 ? endPlace_ : place, shared)
                          .add(TCPEventKind::closed);
+  closed.firstLate = streams_[firstSide_].late();
+  closed.secondLate = streams_[1 - firstSide_].late();
   closed.firstEnded = ended[firstSide_];
   closed.secondEnded = ended[1 - firstSide_];
   stage_ = Stage::closed;

@@ -44,6 +44,10 @@ struct TCPEvent {
   // it was awaited any more. Never true because of a RST, or because the capture stops.
   bool firstEnded = false;
   bool secondEnded = false;
+  // closed: how many bytes of what they sent were captured after all, but after they were told as a
+  // gap. Of each direction the last 16 gaps are remembered.
+  std::uint64_t firstLate = 0;
+  std::uint64_t secondLate = 0;
   // bytes, gap, conflict: true when `first` sent them.
   bool fromFirst = false;
   std::uint64_t offset = 0;  // in the stream of that direction, which begins at 0

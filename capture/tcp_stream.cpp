@@ -77,6 +77,7 @@ void TCPStream::receive(std::int64_t position, ByteView payload, std::size_t len
   if (position < next_) {
     const auto old = static_cast<std::size_t>(std::min(lengthOf(payload), next_ - position));
     conflict = out.shared.recent.difference(recentSlot_, idFor(out), position, payload.first(old));
+    if (lost_) countLate(position, position + static_cast<std::int64_t>(old));
     payload = payload.subspan(old);
     position += static_cast<std::int64_t>(old);
   }
@@ -205,7 +206,26 @@ void TCPStream::skipTo(std::int64_t position, const TCPStreamOutput& out) {
   TCPEvent& event = out.add(TCPEventKind::gap);
   event.offset = static_cast<std::uint64_t>(next_);
   event.length = static_cast<std::uint64_t>(position - next_);
+  if (!lost_) lost_ = std::make_unique<std::vector<StreamStretch>>();
+  if (lost_->size() == kLostStretches) lost_->erase(lost_->begin());
+  lost_->push_back({next_, position});
   next_ = position;
+}
+
+void TCPStream::countLate(std::int64_t from, std::int64_t to) {
+  for (std::size_t i = lost_->size(); i-- > 0;) {
+    const StreamStretch lost = (*lost_)[i];
+    const StreamStretch came = {std::max(from, lost.begin), std::min(to, lost.end)};
+    if (came.begin >= came.end) continue;
+    late_ += static_cast<std::uint64_t>(came.end - came.begin);
+    (*lost_)[i].end = came.begin;
+    const StreamStretch behind = {came.end, lost.end};
+    if (came.begin == lost.begin) {
+      (*lost_)[i] = behind;
+    } else if (came.end < lost.end && lost_->size() < kLostStretches) {
+      lost_->insert(lost_->begin() + static_cast<std::ptrdiff_t>(i) + 1, behind);
+    }
+  }
 }
 
 void TCPStream::declareGaps(std::int64_t end, const TCPStreamOutput& out) {

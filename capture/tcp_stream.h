@@ -73,8 +73,11 @@ class TCPStream {
   std::int64_t delivered() const { return next_; }
   std::int64_t acknowledged() const { return acked_; }
   std::int64_t sentEnd() const { return sentEnd_; }
+  // Bytes that came after they were told as a gap.
+  std::uint64_t late() const { return late_; }
 
  private:
+  static constexpr std::size_t kLostStretches = 16;
   static constexpr std::int64_t kNowhere = std::numeric_limits<std::int64_t>::max();
   struct Piece {
     Bytes bytes;
@@ -98,6 +101,7 @@ class TCPStream {
   void deliver(ByteView bytes, const CapturePlace& place, std::optional<std::int64_t> acknowledged,
                const TCPStreamOutput& out);
   void deliverPieces(const TCPStreamOutput& out);
+  void countLate(std::int64_t from, std::int64_t to);
   void skipTo(std::int64_t position, const TCPStreamOutput& out);
   void declareGaps(std::int64_t end, const TCPStreamOutput& out);
 
@@ -112,6 +116,8 @@ class TCPStream {
   std::int64_t unconfirmed_ = 0;  // the farthest acknowledgement; counts as far as another one goes
   std::int64_t aging_ = 0;        // acknowledged at the last call of `age`
   std::unique_ptr<Waiting> waiting_;
+  std::unique_ptr<std::vector<StreamStretch>> lost_;  // of the latest gaps what did not come since
+  std::uint64_t late_ = 0;
 };
 
 }  // namespace qv::capture

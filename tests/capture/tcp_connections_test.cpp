@@ -84,6 +84,8 @@ std::string lineOf(const TCPEvent& event) {
   if (event.firstEnded || event.secondEnded) {
     text += fmt::format(" ended {}{}", event.firstEnded ? ">" : "", event.secondEnded ? "<" : "");
   }
+  if (event.firstLate > 0) text += fmt::format(" late >{}", event.firstLate);
+  if (event.secondLate > 0) text += fmt::format(" late <{}", event.secondLate);
   if (event.length > 0) {
     text += fmt::format(" {} {}+{}", event.fromFirst ? ">" : "<", event.offset, event.length);
   }
