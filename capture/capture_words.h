@@ -52,6 +52,7 @@ inline constexpr Word<InputNoteKind> kInputNoteWords[] = {
     {InputNoteKind::unsupportedPackets, "unsupported_packets"},
     {InputNoteKind::conflictingOverlap, "conflicting_overlap"},
     {InputNoteKind::reassemblyLimit, "reassembly_limit"},
+    {InputNoteKind::cameTooLate, "came_too_late"},
     {InputNoteKind::connectionsSkipped, "connections_skipped"},
     {InputNoteKind::eventsNotHeld, "events_not_held"},
 };

@@ -85,6 +85,7 @@ class PacketCaptureReader : public CaptureReader {
   void pass(Connection& connection, const Undecided::Piece& piece, ByteView bytes);
   void note(Connection& connection, const TCPEvent& event, InputNoteKind kind, std::string text);
   void close(const TCPEvent& event);
+  void noteLate(const Connection& connection, bool fromFirst, std::uint64_t bytes);
   void noteLeftOut(std::uint64_t count, std::string_view which);
   void finish();
 
@@ -294,12 +295,29 @@ void PacketCaptureReader::close(const TCPEvent& event) {
     ended[static_cast<std::size_t>(directionOf(connection, true))] = event.firstEnded;
     ended[static_cast<std::size_t>(directionOf(connection, false))] = event.secondEnded;
     connection.conversation->finish(ended);
+    noteLate(connection, true, event.firstLate);
+    noteLate(connection, false, event.secondLate);
     ready_.emplace_back(ConnectionClosed{connection.number});
   } else if (connection.undecided != nullptr && connection.undecided->seen > 0) {
     undecidedBytes_ -= connection.undecided->held;
     ++passedOver_;
   }
   connections_.erase(found);
+}
+
+void PacketCaptureReader::noteLate(const Connection& connection, bool fromFirst,
+                                   std::uint64_t bytes) {
+  if (bytes == 0) return;
+  ready_.emplace_back(InputNote{
+      InputNoteKind::cameTooLate,
+      fmt::format("{} byte{} came so late that they were told to be missing; files that belong "
+                  "together are to be merged by time",
+                  bytes, bytes == 1 ? "" : "s"),
+      0,
+      0,
+      connection.number,
+      directionOf(connection, fromFirst),
+      {}});
 }
 
 void PacketCaptureReader::finish() {

@@ -11,8 +11,8 @@ const char* const kKinds[] = {"unknown", "request", "response", "informational",
 const char* const kFramings[] = {"none", "contentLength", "chunked", "untilClose", "strayAfter204"};
 const char* const kFidelities[] = {"exact", "reconstructed", "damaged"};
 const char* const kNotes[] = {"truncated",          "unreadablePart",  "unsupportedPackets",
-                              "conflictingOverlap", "reassemblyLimit", "connectionsSkipped",
-                              "eventsNotHeld"};
+                              "conflictingOverlap", "reassemblyLimit", "cameTooLate",
+                              "connectionsSkipped", "eventsNotHeld"};
 
 template <std::size_t count, class Enum>
 const char* nameOf(const char* const (&names)[count], Enum value) {

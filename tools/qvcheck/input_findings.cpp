@@ -31,6 +31,7 @@ constexpr NoteRow kRows[] = {
     {InputNoteKind::unsupportedPackets, "input.left-out", Severity::note, Loss::none},
     {InputNoteKind::conflictingOverlap, "input.overlap", Severity::note, Loss::none},
     {InputNoteKind::reassemblyLimit, "input.limit", Severity::warning, Loss::bytes},
+    {InputNoteKind::cameTooLate, "input.gap", Severity::note, Loss::none},
     {InputNoteKind::connectionsSkipped, "input.left-out", Severity::note, Loss::none},
     {InputNoteKind::eventsNotHeld, "input.no-events", Severity::note, Loss::events},
 };
