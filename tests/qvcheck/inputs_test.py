@@ -2,6 +2,7 @@
 """Runs qvcheck as a process on inputs of every form: what is converted to capture records is reported like
 the input itself, a pipe is reported as its messages arrive, and a signal ends a run in order.
 Arguments: the tool and the root of the sources."""
+import base64
 import json
 import pathlib
 import re
@@ -93,6 +94,24 @@ def check_directories():
         expect("number of findings in pieces", len(whole) > 150, True)
 
 
+def check_verbose():
+    record = {"type": "capture", "connection": 1, "direction": "to_accessory"}
+    with tempfile.TemporaryDirectory() as folder:
+        records = pathlib.Path(folder, "records")
+        records.write_text("".join(json.dumps({**record, "header_base64": base64.b64encode(header).decode()}) + "\n"
+                                   for header in (b"GET /accessories HTTP/1.1\r\n", b"PATCH /x HTTP/1.1\r\n")))
+        run = subprocess.run([tool, "traffic", *profile_for("household"), "--verbose", "records"],
+                             capture_output=True, text=True, check=False, cwd=folder)
+        size = records.stat().st_size
+    expect("verbose report", run.stdout.split("\n\n")[:3], [
+        "connection 1 of input 1\n"
+        "records:0: message 1, request GET /accessories (connection 1, line 1): ok",
+        f"records:{size // 2 + 4}: message 2, request PATCH /x (connection 1, line 2)\n"
+        "  note[class.unrecognised]: no message class recognises this request",
+        "records:0: note[input.unanswered]: 2 requests have no response in the capture; the first is message 1, "
+        "GET /accessories"])
+
+
 def check_pipe():
     """Each finding can be read before the next message is written; then the run is interrupted."""
     request = b"PATCH /none HTTP/1.1\r\n\r\n"
@@ -134,6 +153,7 @@ def check_interruption_of_a_file():
 
 check_conversions()
 check_directories()
+check_verbose()
 check_pipe()
 check_interruption_of_a_file()
 sys.exit("\n".join(failures) or 0)

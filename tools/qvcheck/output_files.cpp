@@ -33,8 +33,8 @@ OutputFiles::OutputFiles(const ReportOptions& options, std::ostream& out, bool o
       continue;
     }
     const bool color = wantsColor(options.color, choice.file.empty() && outIsTerminal);
-    sinks_.push_back(
-        std::make_unique<TextReport>(*stream, TextReport::Style{options.quiet, color, judging}));
+    sinks_.push_back(std::make_unique<TextReport>(
+        *stream, TextReport::Style{options.quiet, options.verbose, color, judging}));
   }
 }
 

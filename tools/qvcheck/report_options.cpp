@@ -26,6 +26,8 @@ bool ReportOptions::judges() const {
 void ReportArguments::declareForCaptures(CLI::App& command) {
   readsCaptures_ = true;
   declare(command);
+  command.add_flag("--verbose", verbose_,
+                   "In text, a line for each connection, input and message without findings too");
 }
 
 void ReportArguments::declare(CLI::App& command) {
@@ -89,6 +91,8 @@ std::optional<std::string> ReportArguments::withoutEffect(const ReportOptions& o
   const bool anyText = std::any_of(options.outputs.begin(), options.outputs.end(), isText);
   const bool color = command_->count("--color") > 0;
   if (options.quiet && !anyText) return "--quiet has no effect without --output text";
+  if (options.verbose && !anyText) return "--verbose has no effect without --output text";
+  if (options.verbose && options.quiet) return "--verbose has no effect with --quiet";
   if (color && !anyText) return "--color has no effect without --output text";
   if (!options.judges() && command_->count("--fail-on") > 0) {
     return "--fail-on has no effect with --output capture alone";
@@ -110,6 +114,7 @@ std::optional<std::string> ReportArguments::read(const std::vector<std::string>&
   }
   options.color = colorChoiceNamed(color_);
   options.quiet = quiet_;
+  options.verbose = verbose_;
   if (auto wrong = withoutEffect(options)) return wrong;
   for (const OutputChoice& output : options.outputs) {
     for (const std::string& input : inputs) {

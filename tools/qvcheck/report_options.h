@@ -27,6 +27,7 @@ struct ReportOptions {
   std::vector<OutputChoice> outputs;
   std::optional<Severity> failOn = Severity::error;  // null for never
   bool quiet = false;
+  bool verbose = false;
   ColorChoice color = ColorChoice::automatic;
 
   // False when the input is only to be written as capture records.
@@ -56,6 +57,7 @@ class ReportArguments {
   std::string failOn_ = "error";
   std::string color_ = "auto";
   bool quiet_ = false;
+  bool verbose_ = false;
 };
 
 // The option `--color`, "auto" unless it is given, and what its text asks for.

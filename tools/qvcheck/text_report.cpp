@@ -44,15 +44,46 @@ void TextReport::profile(const ProfileRecord& record) {
                       counted(record.services, "service"));
 }
 
+void TextReport::separate(bool block) {
+  if (wroteBlock_ && (block || blockIsLast_)) out_ << '\n';
+  wroteBlock_ = true;
+  blockIsLast_ = block;
+}
+
+void TextReport::connection(const ConnectionRecord& record) {
+  if (!style_.verbose) return;
+  closeBlock();
+  separate(false);
+  out_ << fmt::format("connection {} of input {}", record.connection, record.input);
+  if (!record.client.empty()) {
+    out_ << fmt::format(": {} to {}", escaped(record.client), escaped(record.server));
+  }
+  out_ << (record.partialStart ? ", there before the capture began\n" : "\n");
+}
+
 // The message's text, where no finding of its block said it.
 void TextReport::closeBlock() {
   if (messageText_ && !headingDue_ && !style_.quiet) {
     out_ << "  message text: " << escaped(*messageText_) << '\n';
   }
   messageText_.reset();
+  if (!style_.verbose || !headingDue_) return;
+  headingDue_ = false;
+  separate(false);
+  out_ << headingOf(message_) << ": "
+       << (message_.reason.empty() ? std::string(nameOf(message_.verdict))
+                                   : "not judged, " + message_.reason)
+       << '\n';
 }
 
 void TextReport::input(const InputRecord& record) {
+  if (style_.verbose) {
+    closeBlock();
+    separate(false);
+    out_ << fmt::format("{}: {}, {}, {}, {}\n", escaped(record.name), record.format,
+                        record.fidelity, counted(record.bytes, "byte"),
+                        record.complete ? "complete" : "incomplete");
+  }
   if (record.lost.empty()) return;
   const std::string_view form = record.format == "har" ? "HTTP archive; " : "";
   losses_ += fmt::format("{}: {}{}\n", escaped(record.name), form, fmt::join(record.lost, ", "));
@@ -75,8 +106,7 @@ void TextReport::finding(const Finding& record) {
   if (ownsBlock) closeBlock();
   if (!record.fromTool && messageText_ == record.text) messageText_.reset();
   if (ownsBlock || headingDue_) {
-    if (wroteBlock_) out_ << '\n';
-    wroteBlock_ = true;
+    separate(true);
     if (ownsBlock) {
       out_ << ink_(Shade::bold, place(record.location) + ":") << ' ' << severityAndRule(record)
            << ": " << escaped(record.text) << '\n';

@@ -16,6 +16,7 @@ class TextReport : public ReportSink {
  public:
   struct Style {
     bool quiet = false;
+    bool verbose = false;  // a line for everything that has no finding
     bool color = false;
     bool judging = true;  // the command judges messages, so the summary counts them
   };
@@ -24,7 +25,7 @@ class TextReport : public ReportSink {
   void run(const RunRecord&) override {}
   void profile(const ProfileRecord& record) override;
   void input(const InputRecord& record) override;
-  void connection(const ConnectionRecord&) override {}
+  void connection(const ConnectionRecord& record) override;
   void message(const MessageRecord& record) override;
   void finding(const Finding& record) override;
   void gap(const GapRecord&) override {}
@@ -41,6 +42,8 @@ class TextReport : public ReportSink {
   };
 
   void closeBlock();
+  // Before what is written next; an empty line stands around blocks.
+  void separate(bool block);
   bool isShownAbove(const Finding& record);
   void details(const Finding& record);
   std::string severityAndRule(const Finding& record) const;
@@ -53,6 +56,7 @@ class TextReport : public ReportSink {
   std::optional<std::string> messageText_;  // its error description, until a finding says the same
   std::optional<PlaceShown> placeShown_;    // by the finding before
   bool wroteBlock_ = false;
+  bool blockIsLast_ = false;
   std::string losses_;  // a line for each input that is not whole
 };
 
