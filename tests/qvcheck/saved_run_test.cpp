@@ -64,7 +64,9 @@ TEST_P(ChangedRuns, areReadOrRefused) {
   const std::string complaint = GetParam().complaint;
   EXPECT_EQ(outcome.exit, complaint.empty() ? 1 : 3);
   EXPECT_EQ(outcome.err, complaint.empty() ? "" : "qvcheck: " + file + ": " + complaint + "\n");
-  if (complaint.empty()) EXPECT_EQ(outcome.out, contentOf(kText));
+  if (complaint.empty()) {
+    EXPECT_EQ(outcome.out, contentOf(kText));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, ChangedRuns, testing::ValuesIn(kChanges));
