@@ -13,7 +13,8 @@ namespace qv {
 // says that it clears it, so "untouched", "cleared" and "set" stay three different things.
 using ErrorSlot = std::optional<std::string>*;
 
-// What `fail` yields: false, an empty optional or a null smart pointer, whichever the caller returns.
+// What `fail` yields: false, an empty optional or a null smart pointer, whichever the caller
+// returns.
 struct Failure {
   template <class T>
   requires std::same_as<T, bool>
