@@ -2,10 +2,10 @@
 """Writes a packet file of traffic as a house full of accessories has it, without fault under
 examples/profiles/household.xml:
 
-    traffic_corpus.py FILE MEGABYTES
+    traffic_corpus.py FILE MEGABYTES [--exchanges N]
 
 Eight connections go on at a time, each to an accessory port of its own from 20000 on. A connection
-pairs, reads an attribute database of 100 kB and goes on with reads, writes and event notifications,
+pairs, reads an attribute database of 100 kB and goes on with N reads, writes and event notifications,
 in segments of up to 1448 bytes that every second one is confirmed. The same size always gives the
 same bytes. What is written is made once and repeated with other ports and times, in flat memory.
 """
@@ -24,7 +24,7 @@ import pairing  # noqa: E402
 from wire import JSON, TLV8, Answer, message, response  # noqa: E402
 
 SEGMENT, SESSIONS, AT_A_TIME = 1448, 24, 8
-DATABASE_BYTES, EXCHANGES = 100_000, 150
+DATABASE_BYTES = 100_000
 FIRST_PORT, PORTS, CLIENT_PORT = 20000, 40000, 60000
 BEGIN = 1_700_000_000  # seconds since 1970
 
@@ -45,7 +45,7 @@ def request(method, url, kind=None, body=None):
     return message(f"{method} {url} HTTP/1.1\r\nHost: bridge.local:51826", kind, body)
 
 
-def session(chance):
+def session(chance, exchanges):
     """What goes over one connection: runs of (whether the accessory sends, bytes)."""
     house = household.Household()
     lamps = [aid for aid, services in household.ACCESSORIES if len(services) == 4]
@@ -62,7 +62,7 @@ def session(chance):
         yield from exchange("POST", url, pairing.BODIES[body], TLV8)
     yield from exchange("GET", "/accessories")
     yield from write(*({"aid": aid, "iid": 9, "ev": True} for aid in lamps[:4]))
-    for _ in range(EXCHANGES):
+    for _ in range(exchanges):
         aid = chance.choice(lamps)
         kind = chance.random()
         if kind < 0.45:
@@ -118,13 +118,13 @@ def packets(runs, number, chance):
 class Block:
     """Connections as records of a packet file, with the places of what changes when they come again."""
 
-    def __init__(self):
+    def __init__(self, exchanges):
         chance = random.Random(1)
         lanes = [[] for _ in range(AT_A_TIME)]
         ends = [0] * AT_A_TIME
         for number in range(SESSIONS):
             lane = number % AT_A_TIME
-            for time, side, data in packets(session(chance), number, chance):
+            for time, side, data in packets(session(chance, exchanges), number, chance):
                 lanes[lane].append((ends[lane] + time, side, data))
             ends[lane] = lanes[lane][-1][0]
         self.seconds = max(ends) // 1_000_000 + 1
@@ -148,9 +148,10 @@ def main():
     parser = argparse.ArgumentParser(description="Writes a packet file of household traffic.")
     parser.add_argument("file", type=Path)
     parser.add_argument("megabytes", type=int)
+    parser.add_argument("--exchanges", type=int, default=150, help="of one connection")
     arguments = parser.parse_args()
     fill_house()
-    block = Block()
+    block = Block(arguments.exchanges)
     with arguments.file.open("wb") as file:
         file.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 262144, 1))
         number = 0
