@@ -4,7 +4,9 @@ the input itself, a pipe is reported as its messages arrive, and a signal ends a
 Arguments: the tool and the root of the sources."""
 import base64
 import json
+import os
 import pathlib
+import pty
 import re
 import signal
 import subprocess
@@ -133,6 +135,25 @@ def check_pipe():
     expect("complaints of an interrupted run", run.stderr.read(), b"")
 
 
+def check_progress():
+    """Told on a terminal alone: a line that is rewritten and erased."""
+    command = [tool, "traffic", *profile_for("household"), "--progress", captures / "packets/household-clean.pcap"]
+    terminal, other_end = pty.openpty()
+    run = subprocess.run(command, stdout=subprocess.PIPE, stderr=other_end, text=True, check=False)
+    os.close(other_end)
+    told = b""
+    try:
+        while piece := os.read(terminal, 4096):
+            told += piece
+    except OSError:  # how Linux tells the end
+        pass
+    expect("progress ends erased", told.endswith(b"\r\x1b[K"), True)
+    line = re.fullmatch(rb"\r\x1b\[K[0-9.]+ MB of 0\.0 MB \(\d+ %\), \d+ messages?, 0 faulty", told[:-4].split(b"\r\x1b[K\r")[0])
+    expect("progress line", bool(line), True)
+    elsewhere = subprocess.run(command, capture_output=True, text=True, check=False)
+    expect("progress elsewhere", [elsewhere.stderr, elsewhere.stdout], ["", run.stdout])
+
+
 def check_interruption_of_a_file():
     with tempfile.NamedTemporaryFile(suffix=".req") as file:
         file.write(b"PATCH /none HTTP/1.1\r\n\r\n" * 1_000_000)
@@ -156,4 +177,5 @@ check_directories()
 check_verbose()
 check_pipe()
 check_interruption_of_a_file()
+check_progress()
 sys.exit("\n".join(failures) or 0)

@@ -47,14 +47,16 @@ class WaitingSource : public ByteSource {
 // Passes a source on, counts its bytes and keeps how it begins. Ends when a signal came.
 class ObservedSource : public ByteSource {
  public:
-  ObservedSource(std::shared_ptr<ByteSource> source, InputRecord& record)
-      : source_(std::move(source)), record_(record) {}
+  ObservedSource(std::shared_ptr<ByteSource> source, InputRecord& record,
+                 std::function<void(std::size_t)> onRead)
+      : source_(std::move(source)), record_(record), onRead_(std::move(onRead)) {}
 
   std::size_t read(std::span<std::uint8_t> destination) override {
     constexpr std::size_t kMost = 32;
     if (SignalWatch::signal() != 0) return 0;
     const std::size_t count = source_->read(destination);
     record_.bytes += count;
+    onRead_(count);
     const std::size_t room = kMost - std::min(kMost, record_.head.size());
     const auto kept = destination.first(std::min(count, room));
     record_.head.insert(record_.head.end(), kept.begin(), kept.end());
@@ -65,6 +67,7 @@ class ObservedSource : public ByteSource {
  private:
   std::shared_ptr<ByteSource> source_;
   InputRecord& record_;
+  std::function<void(std::size_t)> onRead_;
 };
 
 std::unique_ptr<InputRecord> recordFor(const std::string& name) {
@@ -126,7 +129,7 @@ std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ost
   }
   std::shared_ptr<ByteSource> bytes = file;
   if (!file->size()) bytes = std::make_shared<WaitingSource>(file, beforeWaiting_);
-  auto source = std::make_shared<ObservedSource>(std::move(bytes), record);
+  auto source = std::make_shared<ObservedSource>(std::move(bytes), record, onRead_);
   sources_.push_back(source);
   return source;
 }
@@ -134,7 +137,7 @@ std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ost
 std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record,
                                                    std::vector<std::string> pieces) {
   sources_.push_back(std::make_shared<ObservedSource>(
-      std::make_shared<capture::FilesSource>(std::move(pieces)), record));
+      std::make_shared<capture::FilesSource>(std::move(pieces)), record, onRead_));
   return sources_.back();
 }
 
@@ -170,9 +173,9 @@ bool CaptureInput::openDirectory(const CaptureOptions& options, std::ostream& er
   const bool arePackets = capture::PacketSegments::recognises(first.peek(4));
   if (arePackets && (options.form == capture::CaptureForm::automatic ||
                      options.form == capture::CaptureForm::pcap)) {
-    const auto open = [&record](const std::string& path) {
+    const auto open = [this, &record](const std::string& path) {
       return std::make_shared<ObservedSource>(
-          std::make_shared<capture::FilesSource>(std::vector{path}), record);
+          std::make_shared<capture::FilesSource>(std::vector{path}), record, onRead_);
     };
     reader_ = capture::openPacketPieces(std::move(pieces->others), open, options.port, limits);
     return true;

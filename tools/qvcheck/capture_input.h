@@ -25,6 +25,8 @@ class CaptureInput {
 
   // To be called whenever a read may have to wait, as one of a pipe.
   void beforeWaiting(std::function<void()> call) { beforeWaiting_ = std::move(call); }
+  // To be called with the number of bytes that were read.
+  void onRead(std::function<void(std::size_t)> call) { onRead_ = std::move(call); }
   // False, with a complaint, when it cannot be read at all.
   bool open(const CaptureOptions& options, std::ostream& err);
 
@@ -51,6 +53,7 @@ class CaptureInput {
 
   bool isPair_ = false;
   std::function<void()> beforeWaiting_ = [] {};
+  std::function<void(std::size_t)> onRead_ = [](std::size_t) {};
   std::vector<std::unique_ptr<InputRecord>> records_;
   std::unique_ptr<capture::CaptureReader> reader_;
   std::vector<std::shared_ptr<capture::ByteSource>> sources_;

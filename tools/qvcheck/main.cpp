@@ -25,5 +25,6 @@ int main(int argc, char** argv) {
   keepFreedMemory();
   std::ios::sync_with_stdio(false);
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  return qv::check::runQvcheck(arguments, std::cout, std::cerr, isatty(STDOUT_FILENO) == 1);
+  return qv::check::runQvcheck(arguments, std::cout, std::cerr, isatty(STDOUT_FILENO) == 1,
+                               isatty(STDERR_FILENO) == 1);
 }

@@ -70,13 +70,15 @@ bool OutputFiles::flush() {
 
 int writeReport(const ReportOptions& options, std::ostream& out, std::ostream& err,
                 bool outIsTerminal, bool judging,
-                const std::function<int(Report&, OutputFiles&)>& run) {
+                const std::function<int(Report&, OutputFiles&)>& run, ReportSink* before) {
   OutputFiles outputs(options, out, outIsTerminal, judging);
   if (outputs.error()) {
     err << "qvcheck: " << escaped(*outputs.error()) << '\n';
     return static_cast<int>(ExitCode::usage);
   }
-  Report report(outputs.sinks(), options.failOn);
+  std::vector<ReportSink*> sinks = outputs.sinks();
+  if (before != nullptr) sinks.insert(sinks.begin(), before);
+  Report report(std::move(sinks), options.failOn);
   const int exit = run(report, outputs);
   if (outputs.flush()) return exit;
   err << "qvcheck: the report could not be written whole\n";

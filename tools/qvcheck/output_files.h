@@ -46,7 +46,7 @@ class OutputFiles {
 // goes to `err` and decides the code instead.
 int writeReport(const ReportOptions& options, std::ostream& out, std::ostream& err,
                 bool outIsTerminal, bool judging,
-                const std::function<int(Report&, OutputFiles&)>& run);
+                const std::function<int(Report&, OutputFiles&)>& run, ReportSink* before = nullptr);
 
 // Writes the content to the file, or to `out` when no file is named. Answers the exit code.
 int writeContent(const std::string& file, const std::string& content, std::ostream& out,

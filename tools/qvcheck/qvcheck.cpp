@@ -18,13 +18,14 @@ struct Runner {
   std::ostream& out;
   std::ostream& err;
   bool outIsTerminal;
+  bool errIsTerminal;
 
   int operator()(const Answer& answer) const {
     (answer.exit == ExitCode::clean ? out : err) << answer.text;
     return static_cast<int>(out.flush() ? answer.exit : ExitCode::toolFault);
   }
   int operator()(const TrafficOptions& options) const {
-    return runTraffic(options, out, err, outIsTerminal);
+    return runTraffic(options, out, err, outIsTerminal, errIsTerminal);
   }
   int operator()(const SavedRunOptions& options) const {
     return runReport(options, out, err, outIsTerminal);
@@ -44,9 +45,9 @@ struct Runner {
 }  // namespace
 
 int runQvcheck(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
-               bool outIsTerminal) {
+               bool outIsTerminal, bool errIsTerminal) {
   try {
-    return std::visit(Runner{out, err, outIsTerminal}, parseCommandLine(arguments));
+    return std::visit(Runner{out, err, outIsTerminal, errIsTerminal}, parseCommandLine(arguments));
   } catch (const std::exception& fault) {
     err << "qvcheck: fault of the tool itself: " << fault.what() << '\n';
     return static_cast<int>(ExitCode::toolFault);

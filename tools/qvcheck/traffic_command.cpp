@@ -1,5 +1,6 @@
 #include "tools/qvcheck/traffic_command.h"
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include "tools/qvcheck/input_workers.h"
 #include "tools/qvcheck/output_files.h"
 #include "tools/qvcheck/profile_loading.h"
+#include "tools/qvcheck/progress.h"
 #include "tools/qvcheck/signal_watch.h"
 
 namespace qv::check {
@@ -19,7 +21,8 @@ namespace {
 
 // False when the run is to stop behind it. A worker has no outputs.
 bool readInput(const TrafficOptions& options, CaptureInput& input, Report& report,
-               OutputFiles* outputs, std::ostream& err) {
+               OutputFiles* outputs, Progress* progress, std::ostream& err) {
+  if (progress != nullptr) input.onRead([progress](std::size_t bytes) { progress->read(bytes); });
   if (outputs != nullptr) input.beforeWaiting([outputs] { outputs->flush(); });
   if (!input.open(options, err)) {
     report.noteOutcome(ExitCode::inputDamaged);
@@ -43,27 +46,41 @@ bool readInput(const TrafficOptions& options, CaptureInput& input, Report& repor
   if (!goesOn) report.noteStoppedEarly();
   if (interrupted) report.noteIncomplete();
   if (outputs != nullptr) outputs->endInput(input, !goesOn || interrupted);
+  if (progress != nullptr) progress->clear();
   for (const auto& record : input.close(err)) report.input(*record);
   return goesOn && !interrupted;
 }
 
 void readInputs(const TrafficOptions& options, Report& report, OutputFiles& outputs,
-                std::ostream& err) {
+                Progress* progress, std::ostream& err) {
   const auto inputs = CaptureInput::all(options);
   std::size_t number = 1;
   for (const auto& input : inputs) number += input->number(number);
   if (options.jobs > 1 && inputs.size() > 1) {
     const WorkerTask task = {inputs.size(), options.limits.rules, options.report.failOn,
                              [&](std::size_t index, Report& part, std::ostream& complaints) {
-                               return readInput(options, *inputs[index], part, nullptr, complaints);
+                               return readInput(options, *inputs[index], part, nullptr, nullptr,
+                                                complaints);
                              },
                              [&](std::size_t index) { return inputs[index]->name(); }};
     runInWorkers(task, options.jobs, report, err);
     return;
   }
   for (const auto& input : inputs) {
-    if (!readInput(options, *input, report, &outputs, err)) return;
+    if (!readInput(options, *input, report, &outputs, progress, err)) return;
   }
+}
+
+// Of all files together; null where one is no regular file.
+std::optional<std::uint64_t> sizeOf(const std::vector<std::string>& files) {
+  std::uint64_t size = 0;
+  for (const std::string& file : files) {
+    std::error_code unknown;
+    const auto one = std::filesystem::file_size(file, unknown);
+    if (unknown) return std::nullopt;
+    size += one;
+  }
+  return size;
 }
 
 RunRecord runRecord(const TrafficOptions& options) {
@@ -94,17 +111,25 @@ RunRecord runRecord(const TrafficOptions& options) {
 }  // namespace
 
 int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& err,
-               bool outIsTerminal) {
+               bool outIsTerminal, bool errIsTerminal) {
   const bool judges = options.report.judges();
-  return writeReport(options.report, out, err, outIsTerminal, judges,
-                     [&](Report& report, OutputFiles& outputs) {
-                       const SignalWatch watch;
-                       report.setLimits(options.limits);
-                       report.run(runRecord(options));
-                       if (loadProfiles(options.profiles, report, err))
-                         readInputs(options, report, outputs, err);
-                       return report.finish(judges, SignalWatch::signal());
-                     });
+  std::optional<Progress> progress;
+  if (errIsTerminal && !options.report.quiet && (options.progress || !outIsTerminal)) {
+    progress.emplace(err, sizeOf(options.files()));
+  }
+  Progress* const shown = progress ? &*progress : nullptr;
+  return writeReport(
+      options.report, out, err, outIsTerminal, judges,
+      [&](Report& report, OutputFiles& outputs) {
+        const SignalWatch watch;
+        report.setLimits(options.limits);
+        report.run(runRecord(options));
+        if (loadProfiles(options.profiles, report, err)) {
+          readInputs(options, report, outputs, shown, err);
+        }
+        return report.finish(judges, SignalWatch::signal());
+      },
+      shown);
 }
 
 }  // namespace qv::check

@@ -40,6 +40,9 @@ class TrafficFamily : public CommandFamily {
         ->check(checkedCountAboveZero)
         ->capture_default_str();
     report_.declareForCaptures(*command_);
+    command_->add_flag("--progress", options_.progress,
+                       "Tell on standard error, where that is a terminal, how far the run is; "
+                       "without it only when standard output is none");
   }
 
   std::optional<Command> command() override {
@@ -65,6 +68,9 @@ class TrafficFamily : public CommandFamily {
     if (options_.jobs > 1 &&
         std::ranges::count(outputs, OutputForm::capture, &OutputChoice::form)) {
       return usageError("--jobs has no effect with --output capture");
+    }
+    if (options_.progress && options_.report.quiet) {
+      return usageError("--progress has no effect with --quiet");
     }
     if (options_.failFast && !options_.report.failOn) {
       return usageError("--fail-fast has no effect with --fail-on never");

@@ -8,6 +8,7 @@ namespace qv::check {
 struct TrafficOptions : CaptureOptions {
   FindingLimits limits;
   bool failFast = false;
+  bool progress = false;
   std::size_t jobs = 1;  // worker processes
   ReportOptions report;
 };
