@@ -113,9 +113,8 @@ std::optional<std::string> GzipSource::error() const {
 }
 
 std::shared_ptr<PeekedSource> inflatedWhereCompressed(std::shared_ptr<ByteSource> source) {
-  constexpr std::size_t kMagic = 3;
   auto peeked = std::make_shared<PeekedSource>(std::move(source));
-  if (!GzipSource::recognises(peeked->peek(kMagic))) return peeked;
+  if (!GzipSource::recognises(peeked->peek(std::size(kMagic)))) return peeked;
   return std::make_shared<PeekedSource>(std::make_shared<GzipSource>(std::move(peeked)));
 }
 

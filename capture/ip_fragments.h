@@ -1,12 +1,12 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <list>
 #include <map>
 #include <optional>
+#include <tuple>
 
 #include "capture/ip_packet.h"
 #include "capture/packet_layer.h"
@@ -56,7 +56,10 @@ class IPFragments {
     Address destination;
     std::uint32_t identification;
     bool isIPv6;
-    friend auto operator<=>(const Key&, const Key&) = default;
+    friend bool operator<(const Key& a, const Key& b) {
+      return std::tie(a.source, a.destination, a.identification, a.isIPv6) <
+             std::tie(b.source, b.destination, b.identification, b.isIPv6);
+    }
   };
   struct Piece {
     Bytes captured;

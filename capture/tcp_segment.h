@@ -1,11 +1,11 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "qvparsersupport/common/bytes.h"
 #include "qvparsersupport/common/export.h"
@@ -21,7 +21,10 @@ struct Endpoint {
 
   // "192.0.2.7:51826", "[2001:db8::7]:51826" (RFC 5952 without the mixed notation).
   QV_EXPORT std::string text() const;
-  friend auto operator<=>(const Endpoint&, const Endpoint&) = default;
+  friend bool operator==(const Endpoint&, const Endpoint&) = default;
+  friend bool operator<(const Endpoint& a, const Endpoint& b) {
+    return std::tie(a.address, a.isIPv6, a.port) < std::tie(b.address, b.isIPv6, b.port);
+  }
 };
 
 // Where something stood in a capture that has numbered parts: packets, entries, lines.
