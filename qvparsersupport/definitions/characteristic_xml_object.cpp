@@ -118,20 +118,26 @@ void QVCharacteristicXMLObject::loadFormat(const TaggedChildren& format) {
   if (!text) return;
   format_ = QVFormatStrings::formatTypeForString(text);
   if (format_ == QVFormatType::none) {
-    raise(fmt::format("Must have valid value format, saw '{}'", *text));
+    raise(fmt::format("Must have valid value format, saw '{}'", *text), childWith(format, "name"));
   }
 }
 
 void QVCharacteristicXMLObject::loadRange(const Children& children) {
-  if (const auto text = valueAmong(children[Children::Tag::minValue], "value")) {
-    if (text->empty()) raise("minValue must not be empty string");
+  const TaggedChildren& minimum = children[Children::Tag::minValue];
+  if (const auto text = valueAmong(minimum, "value")) {
+    if (text->empty()) raise("minValue must not be empty string", childWith(minimum, "value"));
     ownRare().minValue = limitFromText(*text);
-    if (!rare().minValue) raise("minValue is only applicable to float and int types");
+    if (!rare().minValue) {
+      raise("minValue is only applicable to float and int types", childWith(minimum, "value"));
+    }
   }
-  if (const auto text = valueAmong(children[Children::Tag::maxValue], "value")) {
-    if (text->empty()) raise("maxValue must not be empty string");
+  const TaggedChildren& maximum = children[Children::Tag::maxValue];
+  if (const auto text = valueAmong(maximum, "value")) {
+    if (text->empty()) raise("maxValue must not be empty string", childWith(maximum, "value"));
     ownRare().maxValue = limitFromText(*text);
-    if (!rare().maxValue) raise("maxValue is only applicable to float and int types");
+    if (!rare().maxValue) {
+      raise("maxValue is only applicable to float and int types", childWith(maximum, "value"));
+    }
   }
 }
 
@@ -155,11 +161,11 @@ void QVCharacteristicXMLObject::loadStep(const TaggedChildren& step) {
   const auto text = valueAmong(step, "value");
   if (!text) return;
   // Deliberate: a capital, unlike in the texts of the limits.
-  if (text->empty()) raise("Step must not be empty string");
+  if (text->empty()) raise("Step must not be empty string", childWith(step, "value"));
   const QVFormatType ownFormat = format();
   // Deliberate: the unsigned formats have limits but no step.
   if (ownFormat != QVFormatType::integer && ownFormat != QVFormatType::floatingPoint) {
-    raise("step is only applicable to float and int types");
+    raise("step is only applicable to float and int types", childWith(step, "value"));
   }
   ownRare().step = limitFromText(*text);
 }
@@ -167,22 +173,26 @@ void QVCharacteristicXMLObject::loadStep(const TaggedChildren& step) {
 void QVCharacteristicXMLObject::loadMaximumLength(const TaggedChildren& format) {
   const auto text = valueAmong(format, "maximumLength");
   if (!text) return;
-  if (!holdsOnlyDecimalDigits(*text)) raise("maximumLength must be an integer");
+  if (!holdsOnlyDecimalDigits(*text)) {
+    raise("maximumLength must be an integer", childWith(format, "maximumLength"));
+  }
   ownRare().maximumLength = Number::int64(integerReading(*text));
 }
 
 void QVCharacteristicXMLObject::loadEnum(const TaggedChildren& formatChildren) {
   const auto enumName = valueAmong(formatChildren, "enum");
   if (!enumName) return;
-  auto definition = QVSymbolTable::sharedSymbolTable().enumWithName(*enumName, element().get());
+  const XMLElement* const user = childWith(formatChildren, "enum");
+  auto definition = QVSymbolTable::sharedSymbolTable().enumWithName(*enumName, user);
   if (definition == nullptr) {
-    raise(
-        fmt::format("Must have an enum for {} if enum name is specified", textOrNull(nameView())));
+    raise(fmt::format("Must have an enum for {} if enum name is specified", textOrNull(nameView())),
+          user);
   }
   if (definition->format() != format()) {
     raise(fmt::format("Enum type must equal characteristic type for {} ({} vs {})",
                       textOrNull(nameView()), static_cast<std::int64_t>(definition->format()),
-                      static_cast<std::int64_t>(format())));
+                      static_cast<std::int64_t>(format())),
+          user);
   }
   enumDefinition_ = std::move(definition);
 }
@@ -190,23 +200,28 @@ void QVCharacteristicXMLObject::loadEnum(const TaggedChildren& formatChildren) {
 void QVCharacteristicXMLObject::loadTlv8(const TaggedChildren& formatChildren) {
   const bool isTlv8 = format() == QVFormatType::tlv8;
   if (const auto tlv8Name = valueAmong(formatChildren, "tlv8")) {
-    if (!isTlv8) raise("Only TLV8 formatted characteristics should have a TLV8 definition");
-    tlv8Definition_ = QVSymbolTable::sharedSymbolTable().tlv8WithName(*tlv8Name, element().get());
+    const XMLElement* const user = childWith(formatChildren, "tlv8");
+    if (!isTlv8) {
+      raise("Only TLV8 formatted characteristics should have a TLV8 definition", user);
+    }
+    tlv8Definition_ = QVSymbolTable::sharedSymbolTable().tlv8WithName(*tlv8Name, user);
     if (tlv8Definition_ == nullptr) {
-      raise(fmt::format("Must have an tlv8 for {} if tlv8 name is specified",
-                        textOrNull(nameView())));
+      raise(
+          fmt::format("Must have an tlv8 for {} if tlv8 name is specified", textOrNull(nameView())),
+          user);
     }
   }
   if (isTlv8 && tlv8Definition() == nullptr) {
     raise(fmt::format("TLV8 formatted characteristics must have a tlv8 definition: {}",
-                      textOrNull(uuidView())));
+                      textOrNull(uuidView())),
+          childWith(formatChildren, "name"));
   }
 }
 
 void QVCharacteristicXMLObject::loadProperties(const TaggedChildren& properties) {
   if (properties.count == 0) return;
   if (properties.count > 1) {
-    raise("There must be exactly 1 properties element in a characteristic");
+    raise("There must be exactly 1 properties element in a characteristic", secondOf(properties));
   }
   auto list = std::make_shared<std::vector<std::shared_ptr<QVCharacteristicPropertyXMLObject>>>();
   for (auto* child = properties.first->firstChildNamed("property"); child != nullptr;

@@ -22,4 +22,14 @@ TaggedChildren childrenWithTag(const XMLElement* element, std::string_view tag) 
   return children;
 }
 
+const XMLElement* childWith(const TaggedChildren& children, std::string_view attribute) {
+  const XMLElement* child = children.first;
+  while (child != nullptr && !child->attribute(attribute)) child = child->nextNamed(children.tag);
+  return child;
+}
+
+const XMLElement* secondOf(const TaggedChildren& children) {
+  return children.count > 1 ? children.first->nextNamed(children.tag) : nullptr;
+}
+
 }  // namespace qv

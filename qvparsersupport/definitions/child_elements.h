@@ -24,4 +24,9 @@ void findChildren(const XMLElement* element, std::span<TaggedChildren> tags);
 
 TaggedChildren childrenWithTag(const XMLElement* element, std::string_view tag);
 
+// The first of them that has the attribute; null when none has.
+const XMLElement* childWith(const TaggedChildren& children, std::string_view attribute);
+// The second of them; null when there are fewer.
+const XMLElement* secondOf(const TaggedChildren& children);
+
 }  // namespace qv

@@ -134,7 +134,9 @@ void QVEnumXMLObject::loadBitmask() {
 
 void QVEnumXMLObject::loadValues() {
   const TaggedChildren lists = childrenWithTag(element().get(), "values");
-  if (lists.count != 1) raise("There must be exactly 1 values element in an enum");
+  if (lists.count != 1) {
+    raise("There must be exactly 1 values element in an enum", secondOf(lists));
+  }
   auto values = std::make_shared<std::vector<std::shared_ptr<QVEnumValueXMLObject>>>();
   for (auto* child = lists.first->firstChildNamed("value"); child != nullptr;
        child = child->nextNamed("value")) {

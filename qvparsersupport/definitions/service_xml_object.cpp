@@ -77,9 +77,13 @@ void QVServiceXMLObject::load(std::shared_ptr<const XMLElement> source,
   findChildren(element().get(), children);
   const auto& [type, required, optional, ip, btle] = children;
   loadIdentity(parent, transport, type);
-  if (required.count > 1) raise("There must be exactly 1 required element in a service");
+  if (required.count > 1) {
+    raise("There must be exactly 1 required element in a service", secondOf(required));
+  }
   required_ = resolvedList(required);
-  if (optional.count > 1) raise("There must be exactly 1 optional element in a service");
+  if (optional.count > 1) {
+    raise("There must be exactly 1 optional element in a service", secondOf(optional));
+  }
   optional_ = resolvedList(optional);
   loadInstances(parent, ip, btle);
 }

@@ -112,7 +112,9 @@ void QVTLV8XMLObject::load(std::shared_ptr<const XMLElement> source) {
   initWithElement(std::move(source));
   name_ = requiredAttribute("name");
   const TaggedChildren lists = childrenWithTag(element().get(), "fields");
-  if (lists.count != 1) raise("There must be exactly 1 fields element in a TLV8");
+  if (lists.count != 1) {
+    raise("There must be exactly 1 fields element in a TLV8", secondOf(lists));
+  }
   auto fields = std::make_shared<std::vector<std::shared_ptr<QVTLV8FieldXMLObject>>>();
   for (auto* child = lists.first->firstChildNamed("field"); child != nullptr;
        child = child->nextNamed("field")) {

@@ -198,7 +198,9 @@ template <class Definition>
 std::shared_ptr<Definition> QVTransportFamily<Definition>::loadInstance(
     const TaggedChildren& children, QVTransport transport) {
   if (children.count == 0) return nullptr;
-  if (children.count > 1) raise(fmt::format("Must only have 1 {} element", children.tag));
+  if (children.count > 1) {
+    raise(fmt::format("Must only have 1 {} element", children.tag), secondOf(children));
+  }
   return Definition::initWithXMLElement(handleTo(children.first), this->shared_from_this(),
                                         transport);
 }

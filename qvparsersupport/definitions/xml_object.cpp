@@ -47,7 +47,8 @@ std::optional<std::string_view> QVXMLObject::valueAmong(const TaggedChildren& ch
     // Deliberate: the first place is followed by two quotes.
     if (result && value) {
       raise(fmt::format("Duplicate definition of element '{}''s attribute '{}' on element {}",
-                        children.tag, attribute, elementText()));
+                        children.tag, attribute, elementText()),
+            child);
     }
     if (value) result = value;
     if (left > 1) child = child->nextNamed(children.tag);
@@ -68,6 +69,10 @@ std::string QVXMLObject::elementText() const {
 
 void QVXMLObject::raise(std::string reason, SourceOrigin origin) const {
   raiseLoadAssertion(std::move(reason), element_, origin);
+}
+
+void QVXMLObject::raise(std::string reason, const XMLElement* child, SourceOrigin origin) const {
+  raiseLoadAssertion(std::move(reason), child != nullptr ? handleTo(child) : element_, origin);
 }
 
 std::string QVXMLObject::description() const {

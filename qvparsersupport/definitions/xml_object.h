@@ -109,6 +109,9 @@ class QV_EXPORT QVXMLObject {
   std::string elementText() const;
   // Raises with the definition's element as the place to look at.
   [[noreturn]] void raise(std::string reason, SourceOrigin origin = SourceOrigin::here()) const;
+  // Raises with a child of it as the place to look at; with the element itself for null.
+  [[noreturn]] void raise(std::string reason, const XMLElement* child,
+                          SourceOrigin origin = SourceOrigin::here()) const;
   // To be called before every write that could change what a lookup answers.
   void lookupKeyChanges() const {
     if (isIndexed_) noteLookupKeyChange();

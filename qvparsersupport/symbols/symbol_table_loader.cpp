@@ -110,8 +110,10 @@ std::shared_ptr<const XMLElement> QVSymbolTable::_profilesElementWithName(
     std::string_view name) const {
   const auto root = state_->document ? state_->document->rootElement() : nullptr;
   const XMLElement* const section = root ? root->firstChildNamed(name) : nullptr;
-  if (section == nullptr || section->nextNamed(name) != nullptr) {
-    raiseLoadAssertion(fmt::format("There must only be 1 {} in the profile xml", name), root);
+  const XMLElement* const second = section != nullptr ? section->nextNamed(name) : nullptr;
+  if (section == nullptr || second != nullptr) {
+    raiseLoadAssertion(fmt::format("There must only be 1 {} in the profile xml", name),
+                       second != nullptr ? std::shared_ptr<const XMLElement>(root, second) : root);
   }
   return {root, section};
 }

@@ -46,11 +46,17 @@ TEST(CommandLine, limitsWhatIsPrinted) {
 }
 
 TEST(CommandLine, helpAndVersion) {
-  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
-           {"--help"}, {"traffic", "--help"}, {"show", "--help"}, {"profile", "check", "--help"}}) {
-    const Outcome outcome = runTool(arguments);
+  for (const char* command :
+       {"", "traffic", "show", "profile", "profile check", "profile header", "profile doc",
+        "profile archive", "value", "value encode", "value decode", "rules", "explain"}) {
+    std::istringstream words(std::string(command) + " --help");
+    const Outcome outcome = runTool({std::istream_iterator<std::string>(words), {}});
     EXPECT_EQ(outcome.exit, 0);
-    EXPECT_NE(outcome.out.find("Examples:"), std::string::npos) << outcome.out;
+    // The first example is one of the command itself.
+    const std::string example = std::string("Examples:\n  qvcheck ") + command;
+    const bool isBoth = std::string_view(command) == "value decode";
+    EXPECT_NE(outcome.out.find(isBoth ? "  qvcheck value decode" : example), std::string::npos)
+        << outcome.out;
     EXPECT_EQ(outcome.err, "");
   }
   const Outcome version = runTool({"--version"});

@@ -11,6 +11,9 @@ namespace qv::check {
 // counted.
 std::string escapedShort(std::string_view text);
 
+// Escaped, and when that takes more columns, cut to them with "..." at the end.
+std::string escapedToWidth(std::string_view text, std::size_t columns);
+
 // The columns that the escaped text takes on a terminal, one for each printed character.
 std::size_t escapedWidth(std::string_view text);
 

@@ -14,8 +14,10 @@
 #include "qvparsersupport/common/value_json.h"
 #include "qvparsersupport/common/xml_reader.h"
 #include "qvparsersupport/symbols/symbol_table.h"
+#include "tools/qvcheck/command_family.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/profile_survey.h"
+#include "tools/qvcheck/survey_findings.h"
 #include "tools/qvcheck/text_report.h"
 #include "tools/qvcheck/tool_rules.h"
 
@@ -187,7 +189,7 @@ Finding findingOf(const Documents& documents, const QVLoadFault& fault, const Re
   const XMLDocument* const culprit = culpritOf(documents, fault);
   if (culprit == nullptr) return finding;
   finding.location.name = culprit->name();
-  if (fault.element != nullptr) finding.markup = fault.element->markup();
+  if (fault.element != nullptr) finding.markup = markupToShow(*fault.element);
   const XMLPosition position =
       fault.element != nullptr ? fault.element->position() : culprit->rootElement()->position();
   finding.location.line = position.line;
@@ -209,20 +211,15 @@ std::optional<QVLoadFault> loadDocuments(const Documents& documents, Report& rep
 }
 
 // Reads the files; hands an archive to `restore`. Null when there is nothing left to load.
-std::optional<Documents> readDocuments(const std::vector<std::string>& files, Report& report,
-                                       std::ostream& err,
-                                       const std::function<void(const Bytes&)>& restore) {
+std::optional<Documents> readDocuments(
+    const std::vector<std::string>& files, Report& report, std::ostream& err,
+    const std::function<void(const std::string& file, const Bytes& archive)>& restore) {
   Documents documents;
   for (const std::string& file : files) {
     const std::optional<Bytes> bytes = readProfile(file, report, err);
     if (!bytes) return std::nullopt;
     if (isArchive(*bytes)) {
-      if (files.size() == 1) {
-        restore(*bytes);
-      } else {
-        refuseFile(file, "profile.archive", "An archive is loaded alone, without other profiles",
-                   {}, report);
-      }
+      restore(file, *bytes);
       return std::nullopt;
     }
     documents.push_back(readDocument(file, *bytes, report));
@@ -240,21 +237,32 @@ std::string counted(std::size_t count, const char* noun) {
 bool loadProfiles(const std::vector<std::string>& files, Report& report, std::ostream& err) {
   const SilentLog silence;
   bool restored = false;
-  const auto documents = readDocuments(files, report, err, [&](const Bytes& bytes) {
-    restored = loadArchive(files.front(), bytes, report);
-  });
+  const auto documents =
+      readDocuments(files, report, err, [&](const std::string& file, const Bytes& archive) {
+        if (files.size() == 1) {
+          restored = loadArchive(file, archive, report);
+        } else {
+          refuseFile(file, "profile.archive", "An archive is loaded alone, without other profiles",
+                     {}, report);
+        }
+      });
   if (!documents) return restored;
   const std::optional<QVLoadFault> fault = loadDocuments(*documents, report);
-  if (fault) report.finding(findingOf(*documents, *fault, report));
+  if (fault) {
+    report.finding(findingOf(*documents, *fault, report));
+    report.setAdvice("qvcheck profile check --survey tells every fault");
+  }
   return !fault;
 }
 
 bool surveyProfiles(const std::vector<std::string>& files, Report& report, std::ostream& err) {
   const SilentLog silence;
-  const auto documents = readDocuments(files, report, err, [&](const Bytes&) {
-    refuseFile(files.front(), "profile.archive",
-               "An archive has no places to survey; survey the XML", {}, report);
-  });
+  const auto documents =
+      readDocuments(files, report, err, [&](const std::string& file, const Bytes&) {
+        err << usageError("--survey: " + file + " is an archive, which has no places to survey")
+                   .text;
+        report.noteOutcome(ExitCode::usage);
+      });
   if (!documents) return false;
   const std::optional<QVLoadFault> fault = loadDocuments(*documents, report);
   std::size_t counts[3] = {};

@@ -18,6 +18,14 @@ constexpr const char* kCheckExamples =
     "With --survey errors are what the library refuses, warnings what it accepts though it looks\n"
     "wrong.";
 
+constexpr const char* kFamilyExamples =
+    "Examples:\n"
+    "  qvcheck profile check base.xml lamp.xml\n"
+    "  qvcheck profile check lamp.xml --survey --fail-on warning\n"
+    "  qvcheck profile doc lamp.xml -o lamp.html\n"
+    "  qvcheck profile header lamp.xml -o lamp_constants.h\n"
+    "  qvcheck profile archive base.xml lamp.xml -o lamp.json";
+
 struct OutputRow {
   ProfileOutputOptions::Form form;
   const char* name;
@@ -83,6 +91,7 @@ class ProfileFamily : public CommandFamily {
   void declare(CLI::App& app) override {
     CLI::App* profile = app.add_subcommand("profile", "Work on profiles");
     profile->require_subcommand(1);
+    profile->footer(kFamilyExamples);
     check_ = profile->add_subcommand("check", "Load profiles together and tell what is wrong");
     check_->footer(kCheckExamples);
     check_->add_option("FILE", checkOptions_.files, "Profiles, loaded in this order")->required();

@@ -113,6 +113,12 @@ std::string shortUUIDText(const std::optional<std::string>& uuid) {
   return fmt::format("<code class=\"short\">{}</code>", html(brief));
 }
 
+std::string briefUUIDText(const std::optional<std::string>& uuid) {
+  if (!uuid) return "<span class=\"quiet\">none</span>";
+  const std::string brief = shortUUIDText(uuid);
+  return brief.empty() ? fmt::format("<code class=\"uuid\">{}</code>", html(*uuid)) : brief;
+}
+
 std::string uuidText(const std::optional<std::string>& uuid) {
   if (!uuid) return "";
   const auto full = QVTypes::fullVELUUIDFromShortUUID(uuid);
@@ -120,6 +126,16 @@ std::string uuidText(const std::optional<std::string>& uuid) {
   const std::string brief = shortUUIDText(uuid);
   return fmt::format("{}{}<code class=\"uuid\">{}</code>", brief, brief.empty() ? "" : " ",
                      html(*full));
+}
+
+std::string utiText(const std::optional<std::string>& uti) {
+  if (!uti) return "";
+  std::string text = html(*uti);
+  constexpr std::string_view kBreak = "<wbr>";
+  for (std::size_t at = 0; (at = text.find('.', at)) != std::string::npos; at += kBreak.size()) {
+    text.insert(++at, kBreak);
+  }
+  return "<code>" + text + "</code>";
 }
 
 std::string chip(const std::string& text, const char* kind) {

@@ -8,6 +8,7 @@
 #include "qvparsersupport/vocabulary/format_strings.h"
 #include "tools/qvcheck/html.h"
 #include "tools/qvcheck/profile_page_parts.h"
+#include "tools/qvcheck/report_texts.h"
 
 namespace qv::check {
 
@@ -36,6 +37,18 @@ std::string rangeText(const QVCharacteristicXMLObject& characteristic) {
   return text;
 }
 
+// The limits and, in short, what else a value must be.
+std::string valuesText(const QVCharacteristicXMLObject& characteristic) {
+  std::string text = rangeText(characteristic);
+  if (const auto values = characteristic.enumDefinition()) {
+    const std::size_t count = itemsOf(values->values()).size();
+    text +=
+        (text.empty() ? "" : ", ") + (values->isBitmask() ? "bitmask of " + counted(count, "bit")
+                                                          : "enum of " + counted(count, "value"));
+  }
+  return text;
+}
+
 std::string permissionsText(const QVCharacteristicXMLObject& characteristic) {
   std::string text;
   for (const auto& property : itemsOf(characteristic.properties())) {
@@ -54,11 +67,7 @@ const std::vector<Fact>& facts() {
   using Characteristic = QVCharacteristicXMLObject;
   static const std::vector<Fact> kFacts = {
       {"UUID", [](const Characteristic& c, const ProfileIndex&) { return uuidText(c.uuid()); }},
-      {"UTI",
-       [](const Characteristic& c, const ProfileIndex&) {
-         const auto uti = c.uti();
-         return uti ? fmt::format("<code>{}</code>", html(*uti)) : "";
-       }},
+      {"UTI", [](const Characteristic& c, const ProfileIndex&) { return utiText(c.uti()); }},
       {"Format", [](const Characteristic& c, const ProfileIndex&) { return formatText(c); }},
       {"Range", [](const Characteristic& c, const ProfileIndex&) { return rangeText(c); }},
       {"Step",
@@ -187,13 +196,10 @@ std::string identityTable(const QVServiceXMLObject& service) {
   const auto ip = service.ip();
   const auto btle = service.btle();
   const QVServiceXMLObject& first = ip != nullptr ? *ip : btle != nullptr ? *btle : service;
-  const auto code = [](const std::optional<std::string>& text) {
-    return text ? fmt::format("<code>{}</code>", html(*text)) : std::string();
-  };
-  std::string rows = factRow("UUID", uuidText(first.uuid())) + factRow("UTI", code(first.uti()));
+  std::string rows = factRow("UUID", uuidText(first.uuid())) + factRow("UTI", utiText(first.uti()));
   if (ip != nullptr && btle != nullptr) {
     if (btle->uuid() != ip->uuid()) rows += factRow("UUID over BTLE", uuidText(btle->uuid()));
-    if (btle->uti() != ip->uti()) rows += factRow("UTI over BTLE", code(btle->uti()));
+    if (btle->uti() != ip->uti()) rows += factRow("UTI over BTLE", utiText(btle->uti()));
   }
   if (rows.empty()) return "";
   return "<div class=\"wide\"><table class=\"facts\"><tbody>\n" + rows + "</tbody></table></div>\n";
@@ -213,8 +219,8 @@ std::string glanceTable(const QVSymbolTable& table, const ProfileIndex& index) {
         std::back_inserter(rows),
         "<tr data-for=\"{}\"><th scope=\"row\">{}</th><td>{}</td><td>{}</td><td>{}{}</td>"
         "<td>{}</td><td>{}</td></tr>\n",
-        anchor, linkTo(anchor, textOf(parent->name())), shortUUIDText(shown.uuid()),
-        formatText(shown), rangeText(shown), unit.empty() ? "" : " " + html(unit),
+        anchor, linkTo(anchor, textOf(parent->name())), briefUUIDText(shown.uuid()),
+        formatText(shown), valuesText(shown), unit.empty() ? "" : " " + html(unit),
         permissionsText(shown), transportChips(*parent));
   }
   return "<div class=\"wide index\"><table class=\"list glance\">\n<thead><tr><th "

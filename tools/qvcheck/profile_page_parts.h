@@ -30,7 +30,11 @@ std::string usesList(const ProfileIndex& index, const void* definition, const ch
 std::string factRow(const std::string& label, const std::string& value);
 // The short form of a UUID of the protocol, empty for others; and it beside the full form.
 std::string shortUUIDText(const std::optional<std::string>& uuid);
+// The short form, or else the UUID as it is; says so when there is none.
+std::string briefUUIDText(const std::optional<std::string>& uuid);
 std::string uuidText(const std::optional<std::string>& uuid);
+// May be broken after each dot.
+std::string utiText(const std::optional<std::string>& uti);
 std::string chip(const std::string& text, const char* kind = "");
 
 }  // namespace qv::check

@@ -315,6 +315,7 @@ std::vector<Finding> surveyOf(const std::vector<std::shared_ptr<const XMLDocumen
     }
   }
   addWarnings(surveyed, findings);
+  for (const auto& document : documents) addUnread(*document, findings);
   // Whatever else is found, what the loader stopped at is.
   if (fault && !findings.hasError(fault->element.get(), fault->reason)) {
     findings.add(fault->element.get(), Severity::error, "profile.refused", fault->reason);

@@ -175,6 +175,7 @@ struct Summary {
   std::vector<ExitCode> outcomes;  // all that apply, in the order above
   int exit = 0;                    // the first of them, or 128 + the signal that ended the run
   std::string verdict;             // what decided, in words, where the outcomes do not say it
+  std::string advice;              // what to do next
 };
 
 // The account of several runs as one.
@@ -257,6 +258,7 @@ class Report : public ReportSink {
   void noteIncomplete() { account_.complete = false; }
   void noteStoppedEarly();
   void setVerdict(std::string verdict) { account_.verdict = std::move(verdict); }
+  void setAdvice(std::string advice) { account_.advice = std::move(advice); }
   // Closes the account, passes the summary on and answers the exit code. `signal` is the number of
   // the signal that ended the run, 0 for none; `judging` tells whether the command judges messages
   // at all.

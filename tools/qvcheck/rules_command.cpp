@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <iterator>
-#include <numeric>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "tools/qvcheck/command_family.h"
+#include "tools/qvcheck/near_names.h"
 #include "tools/qvcheck/rule_selection.h"
 #include "tools/qvcheck/tool_rules.h"
 
@@ -63,21 +63,6 @@ void appendIndented(std::string& out, std::string_view lines) {
     out.append(end == 0 ? "" : "  ").append(lines.substr(0, end)).push_back('\n');
     lines.remove_prefix(std::min(end + 1, lines.size()));
   }
-}
-
-// How many letters must be put in, left out or replaced to make one text the other.
-std::size_t editDistance(std::string_view one, std::string_view other) {
-  std::vector<std::size_t> row(other.size() + 1);
-  std::iota(row.begin(), row.end(), 0U);
-  for (std::size_t i = 0; i < one.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
-    for (std::size_t j = 0; j < other.size(); ++j) {
-      const std::size_t replaced = diagonal + (one[i] == other[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
-    }
-  }
-  return row.back();
 }
 
 // The ids that hold the words, or else those that differ in the fewest letters.

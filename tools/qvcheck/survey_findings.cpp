@@ -8,6 +8,11 @@
 
 namespace qv::check {
 
+std::string markupToShow(const XMLElement& element) {
+  constexpr std::size_t kMostShown = 1024;
+  return element.markup().substr(0, kMostShown);
+}
+
 void SurveyFindings::error(const XMLElement* element, const std::string& reason) {
   if (!seen_.emplace(element, reason).second) return;
   Finding finding;
@@ -17,10 +22,11 @@ void SurveyFindings::error(const XMLElement* element, const std::string& reason)
 }
 
 void SurveyFindings::add(const XMLElement* element, Severity severity, const char* rule,
-                         const std::string& text) {
+                         const std::string& text, const std::string& hint) {
   if (!seen_.emplace(element, text).second) return;
   Finding finding;
   finding.rule = rule;
+  finding.hint = hint;
   finding.severity = severity;
   finding.fromTool = true;
   finding.text = text;
@@ -39,14 +45,18 @@ std::vector<Finding> SurveyFindings::take(
   std::stable_sort(findings_.begin(), findings_.end(),
                    [&](const auto& left, const auto& right) { return place(left) < place(right); });
   std::vector<Finding> result;
+  const XMLElement* shown = nullptr;  // one element can have very many findings
+  std::string markup;
   for (auto& [element, finding] : findings_) {
     if (element != nullptr) {
+      if (element != shown) markup = markupToShow(*element);
+      shown = element;
       const XMLPosition position = element->position();
       finding.location.name = element->document().name();
       finding.location.line = position.line;
       finding.location.column = position.column;
       finding.location.byteOffset = position.byteOffset;
-      finding.markup = element->markup();
+      finding.markup = markup;
     }
     result.push_back(std::move(finding));
   }

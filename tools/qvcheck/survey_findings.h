@@ -18,7 +18,8 @@ class SurveyFindings {
   // What the library says about an element.
   void error(const XMLElement* element, const std::string& reason);
   // What the tool says.
-  void add(const XMLElement* element, Severity severity, const char* rule, const std::string& text);
+  void add(const XMLElement* element, Severity severity, const char* rule, const std::string& text,
+           const std::string& hint = "");
 
   bool hasError(const XMLElement* element, const std::string& reason) const {
     return seen_.contains({element, reason});
@@ -31,6 +32,9 @@ class SurveyFindings {
   std::vector<std::pair<const XMLElement*, Finding>> findings_;
 };
 
+// As much of the element as anybody shows.
+std::string markupToShow(const XMLElement& element);
+
 // The definitions of one document that could be built.
 struct SurveyedDocument {
   const XMLDocument* document = nullptr;
@@ -39,6 +43,9 @@ struct SurveyedDocument {
   std::vector<std::shared_ptr<QVCharacteristicXMLObject>> characteristics;
   std::vector<std::shared_ptr<QVServiceXMLObject>> services;
 };
+
+// Elements and attributes that nothing reads.
+void addUnread(const XMLDocument& document, SurveyFindings& findings);
 
 // What looks wrong about definitions that the loader accepts.
 void addWarnings(const std::vector<SurveyedDocument>& documents, SurveyFindings& findings);

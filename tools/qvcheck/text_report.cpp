@@ -133,6 +133,7 @@ bool TextReport::isShownAbove(const Finding& record) {
 
 void TextReport::details(const Finding& record) {
   constexpr std::string_view kIndent = "      ";
+  constexpr std::size_t kColumns = 80;
   if (!record.location.tlv8Path.empty()) {
     out_ << kIndent << "at TLV8 field " << record.location.tlv8Path << '\n';
   }
@@ -141,7 +142,9 @@ void TextReport::details(const Finding& record) {
     out_ << kIndent << "at " << (pointer->empty() ? "the whole body" : escapedShort(*pointer))
          << (isShown ? ", shown above" : "") << '\n';
   }
-  if (!record.markup.empty()) out_ << kIndent << escaped(record.markup) << '\n';
+  if (!record.markup.empty()) {
+    out_ << kIndent << escapedToWidth(record.markup, kColumns - kIndent.size()) << '\n';
+  }
   if (!record.excerpt && record.message && record.location.byteOffset &&
       record.location.byteOffset != message_.offset) {
     out_ << kIndent << "at byte " << *record.location.byteOffset << '\n';
@@ -207,7 +210,7 @@ void TextReport::summary(const Summary& record) {
     out_ << fmt::format("exit {} (ended by signal {}); otherwise {}\n", record.exit,
                         record.exit - 128, meanings);
   } else {
-    out_ << "exit " << meanings << '\n';
+    out_ << "exit " << meanings << (record.advice.empty() ? "" : "; ") << record.advice << '\n';
   }
 }
 

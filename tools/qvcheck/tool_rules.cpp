@@ -190,6 +190,20 @@ constexpr QVRule kRules[] = {
      "one. Names must be unique within one section of one document only, which is why this "
      "is not refused.",
      "<enum name=\"Mode\" format=\"uint8\"> in base.xml and in lamp.xml"},
+    {"profile.unread-attribute",
+     {},
+     "A profile has only attributes that are looked at. Attributes that a definition does not know "
+     "are refused, but not those of what it is made up of: type, format, the limits, the step, the "
+     "unit and the lists. Nothing reads this one, so it has no effect. The hint names the "
+     "attribute that is nearest.",
+     "<maxValue vale=\"100\"/>"},
+    {"profile.unread-element",
+     {},
+     "A profile has only elements that are looked at. Nothing reads this one, so neither it nor "
+     "anything within it has an effect. It is misspelled, stands in the wrong place, or is meant "
+     "for another program. The hint names the element of this place that is nearest, or else the "
+     "places where this one is read.",
+     "<characteristics><characteristc name=\"Lamp On\">..."},
     {"profile.unused",
      {},
      "An enum or a TLV8 structure is used by something. No field and no characteristic names "

@@ -13,6 +13,8 @@
 #include "qvparsersupport/vocabulary/format_strings.h"
 #include "tools/qvcheck/command_family.h"
 #include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/near_names.h"
+#include "tools/qvcheck/profile_index.h"
 #include "tools/qvcheck/profile_loading.h"
 #include "tools/qvcheck/report_texts.h"
 
@@ -71,18 +73,54 @@ std::optional<Subject> findField(const std::string& ref) {
   return std::nullopt;
 }
 
-std::optional<Subject> findSubject(const ValueOptions& options) {
-  if (options.transport == QVTransport::tlv8) return findField(options.ref);
+std::optional<Subject> findSubject(const std::string& ref, QVTransport transport) {
+  if (transport == QVTransport::tlv8) return findField(ref);
   // By the parent: the instances of earlier documents are not in the list that is searched by
   // transport.
-  const auto parent = QVSymbolTable::sharedSymbolTable().parentCharacteristicWithRef(options.ref);
+  const auto parent = QVSymbolTable::sharedSymbolTable().parentCharacteristicWithRef(ref);
   if (parent == nullptr) return std::nullopt;
-  auto instance = options.transport == QVTransport::ip ? parent->ip() : parent->btle();
+  auto instance = transport == QVTransport::ip ? parent->ip() : parent->btle();
   if (instance == nullptr) return std::nullopt;
   const QVFormatType format = instance->format();
   return Subject{fmt::format("characteristic '{}' over {}", textOrNull(instance->name()),
-                             QVTypes::nameOfTransport(options.transport)),
+                             QVTypes::nameOfTransport(transport)),
                  format, std::move(instance), nullptr};
+}
+
+// Every "STRUCTURE/FIELD".
+std::vector<std::string> fieldRefs() {
+  std::vector<std::string> refs;
+  for (const auto& structure : itemsOf(QVSymbolTable::sharedSymbolTable().tlv8s())) {
+    for (const auto& field : itemsOf(structure->fields())) {
+      refs.push_back(textOrNull(structure->name()) + "/" + textOrNull(field->name()));
+    }
+  }
+  return refs;
+}
+
+// The names and UTIs of what the transport carries.
+std::vector<std::string> refsOver(QVTransport transport) {
+  if (transport == QVTransport::tlv8) return fieldRefs();
+  std::vector<std::string> refs;
+  for (const auto& parent : itemsOf(QVSymbolTable::sharedSymbolTable().characteristics())) {
+    const auto instance = transport == QVTransport::ip ? parent->ip() : parent->btle();
+    if (instance == nullptr) continue;
+    if (const auto name = instance->name()) refs.push_back(*name);
+    if (const auto uti = instance->uti()) refs.push_back(*uti);
+  }
+  return refs;
+}
+
+// What there is instead of what was not found.
+std::string adviceFor(const ValueOptions& options) {
+  for (const auto& [transport, word] : {std::pair{QVTransport::ip, "ip"},
+                                        {QVTransport::btle, "btle"},
+                                        {QVTransport::tlv8, "tlv8"}}) {
+    if (transport != options.transport && findSubject(options.ref, transport)) {
+      return fmt::format("there is one with --transport {}", word);
+    }
+  }
+  return didYouMean(nearNames(options.ref, refsOver(options.transport)));
 }
 
 bool isOfBytes(QVFormatType format) {
@@ -242,12 +280,15 @@ int runValue(const ValueOptions& options, std::ostream& out, std::ostream& err) 
     err << answer.text;
     return static_cast<int>(answer.exit);
   };
-  const std::optional<Subject> subject = findSubject(options);
+  const std::optional<Subject> subject = findSubject(options.ref, options.transport);
   if (!subject) {
-    return refuse(options.transport == QVTransport::tlv8
-                      ? "--ref: no profile has a structure and field '" + options.ref + "'"
-                      : fmt::format("--ref: no profile has a characteristic '{}' over {}",
-                                    options.ref, QVTypes::nameOfTransport(options.transport)));
+    const std::string advice = adviceFor(options);
+    const std::string missing =
+        options.transport == QVTransport::tlv8
+            ? "--ref: no profile has a structure and field '" + options.ref + "'"
+            : fmt::format("--ref: no profile has a characteristic '{}' over {}", options.ref,
+                          QVTypes::nameOfTransport(options.transport));
+    return refuse(missing + (advice.empty() ? "" : "; ") + advice);
   }
   std::string wrong;
   const std::optional<Value> given = readArgument(options, *subject, wrong);

@@ -28,6 +28,7 @@ class ValueFamily : public CommandFamily {
   void declare(CLI::App& app) override {
     CLI::App* value = app.add_subcommand("value", "Encode or decode one value and check it");
     value->require_subcommand(1);
+    value->footer(kExamples);
     encode_ = value->add_subcommand("encode", "From the value to what the transport carries");
     decode_ = value->add_subcommand("decode", "From what the transport carries to the value");
     for (CLI::App* command : {encode_, decode_}) {
