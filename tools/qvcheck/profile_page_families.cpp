@@ -37,14 +37,17 @@ std::string rangeText(const QVCharacteristicXMLObject& characteristic) {
   return text;
 }
 
-// The limits and, in short, what else a value must be.
+// The limits with their unit and, in short, what else a value must be.
 std::string valuesText(const QVCharacteristicXMLObject& characteristic) {
   std::string text = rangeText(characteristic);
+  const auto add = [&text](const char* separator, const std::string& more) {
+    if (!more.empty()) text += (text.empty() ? "" : separator) + more;
+  };
+  add(" ", html(textOf(characteristic.unit())));
   if (const auto values = characteristic.enumDefinition()) {
     const std::size_t count = itemsOf(values->values()).size();
-    text +=
-        (text.empty() ? "" : ", ") + (values->isBitmask() ? "bitmask of " + counted(count, "bit")
-                                                          : "enum of " + counted(count, "value"));
+    add(", ", values->isBitmask() ? "bitmask of " + counted(count, "bit")
+                                  : "enum of " + counted(count, "value"));
   }
   return text;
 }
@@ -214,14 +217,12 @@ std::string glanceTable(const QVSymbolTable& table, const ProfileIndex& index) {
                                              : btle != nullptr ? *btle
                                                                : *parent;
     const std::string anchor = index.anchorOf(parent.get());
-    const std::string unit = textOf(shown.unit());
-    fmt::format_to(
-        std::back_inserter(rows),
-        "<tr data-for=\"{}\"><th scope=\"row\">{}</th><td>{}</td><td>{}</td><td>{}{}</td>"
-        "<td>{}</td><td>{}</td></tr>\n",
-        anchor, linkTo(anchor, textOf(parent->name())), briefUUIDText(shown.uuid()),
-        formatText(shown), valuesText(shown), unit.empty() ? "" : " " + html(unit),
-        permissionsText(shown), transportChips(*parent));
+    fmt::format_to(std::back_inserter(rows),
+                   "<tr data-for=\"{}\"><th scope=\"row\">{}</th><td>{}</td><td>{}</td><td>{}</td>"
+                   "<td>{}</td><td>{}</td></tr>\n",
+                   anchor, linkTo(anchor, textOf(parent->name())), briefUUIDText(shown.uuid()),
+                   formatText(shown), valuesText(shown), permissionsText(shown),
+                   transportChips(*parent));
   }
   return "<div class=\"wide index\"><table class=\"list glance\">\n<thead><tr><th "
          "scope=\"col\">Name"

@@ -166,10 +166,12 @@ th, td { text-align: left; vertical-align: top; padding: 0.3rem 1.2rem 0.3rem 0;
   .facts .btle::before { content: "BTLE: "; color: var(--quiet); }
   .list th, .list td { padding: 0.4rem 0.6rem 0.4rem 0; }
   .glance th, .glance td { padding: 0.4rem 0.5rem; }
+  .glance td:nth-child(5) { white-space: normal; min-width: 7rem; }
+  .list td > .quiet { white-space: nowrap; }
   .glance th:nth-child(4), .glance td:nth-child(4),
   .glance th:nth-child(6), .glance td:nth-child(6) { display: none; }
   .sections { font-size: 0.88rem; gap: 0.2rem 0.7rem; }
-  .ruler { font-size: 0.6rem; }
+  .ruler { font-size: 0.52rem; }
   .ruler > span { padding-left: 1px; }
 }
 @media print {
