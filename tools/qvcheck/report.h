@@ -175,7 +175,7 @@ struct Summary {
   std::vector<ExitCode> outcomes;  // all that apply, in the order above
   int exit = 0;                    // the first of them, or 128 + the signal that ended the run
   std::string verdict;             // what decided, in words, where the outcomes do not say it
-  std::string advice;              // what to do next
+  std::string advice;              // what to do next; for people, so in the text alone
 };
 
 // The account of several runs as one.

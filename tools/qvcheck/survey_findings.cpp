@@ -10,7 +10,12 @@ namespace qv::check {
 
 std::string markupToShow(const XMLElement& element) {
   constexpr std::size_t kMostShown = 1024;
-  return element.markup().substr(0, kMostShown);
+  std::string markup = element.markup();
+  if (markup.size() <= kMostShown) return markup;
+  std::size_t end = kMostShown;
+  while ((static_cast<unsigned char>(markup[end]) & 0xC0) == 0x80) --end;  // within a character
+  markup.resize(end);
+  return markup;
 }
 
 void SurveyFindings::error(const XMLElement* element, const std::string& reason) {
