@@ -51,10 +51,11 @@ class TrafficFamily : public CommandFamily {
     std::vector<std::string> inputs = options_.files();
     inputs.insert(inputs.end(), options_.profiles.begin(), options_.profiles.end());
     if (const auto wrong = report_.read(inputs, options_.report)) return usageError(*wrong);
-    if (options_.report.judges()) {
-      if (options_.profiles.empty()) return usageError("--profile is required");
-    } else if (const auto wrong = judgingOption()) {
-      return usageError(*wrong + " has no effect with --output capture alone");
+    const bool judges = options_.report.judges();
+    if (judges && options_.profiles.empty()) return usageError("--profile is required");
+    const std::optional<std::string> forJudging = judges ? std::nullopt : judgingOption();
+    if (forJudging) {
+      return usageError(*forJudging + " has no effect with --output capture alone");
     }
     for (const auto& [option, names] : {std::pair("--select", &options_.limits.rules.select),
                                         std::pair("--ignore", &options_.limits.rules.ignore)}) {
