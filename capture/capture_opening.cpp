@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "capture/capture_record_reader.h"
 #include "capture/gzip_source.h"
 #include "capture/har_reader.h"
@@ -27,6 +29,18 @@ constexpr const char* kUnknownForm =
     "begins like none of these: a packet file (pcap, pcapng), an HTTP archive (HAR), capture "
     "records (NDJSON), HTTP requests or responses as sent; each may be compressed with gzip";
 constexpr const char* kNoStartLine = "holds no start line of a request, response or event";
+
+struct FormRow {
+  CaptureForm form;
+  const char* name;
+};
+
+constexpr FormRow kForms[] = {
+    {CaptureForm::http, "HTTP requests or responses as sent"},
+    {CaptureForm::ndjson, "capture records (NDJSON)"},
+    {CaptureForm::har, "an HTTP archive (HAR)"},
+    {CaptureForm::pcap, "a packet file (pcap, pcapng)"},
+};
 
 // Keys of a record, of which any may come first.
 constexpr std::string_view kRecordKeys[] = {"type",          "connection",  "direction", "time_ns",
@@ -86,18 +100,32 @@ bool skipValue(Beginning& beginning) {
   return false;
 }
 
-// Of an object, behind its opening brace.
-CaptureForm formOfObject(Beginning& beginning) {
+bool isJSON(CaptureForm form) {
+  return form == CaptureForm::har || form == CaptureForm::ndjson;
+}
+
+// Null where the key tells nothing.
+std::optional<CaptureForm> formOfKey(std::string_view key) {
+  if (key == "log") return CaptureForm::har;
+  if (std::ranges::find(kRecordKeys, key) != std::end(kRecordKeys)) return CaptureForm::ndjson;
+  return std::nullopt;
+}
+
+// Of an object, behind its opening brace: by the first key that tells, or by any that tells the
+// form that is asked for. Null where no key tells.
+std::optional<CaptureForm> formOfObject(Beginning& beginning, CaptureForm asked) {
+  std::optional<CaptureForm> first;
   while (beginning.nextVisible() == '"') {
     const std::size_t begin = beginning.position();
     if (!skipString(beginning)) break;
     const std::string_view key =
         textOf(beginning.seen()).substr(begin, beginning.position() - 1 - begin);
-    if (key == "log") return CaptureForm::har;
-    if (std::ranges::find(kRecordKeys, key) != std::end(kRecordKeys)) return CaptureForm::ndjson;
+    const std::optional<CaptureForm> form = formOfKey(key);
+    if (form && (form == asked || !isJSON(asked))) return form;
+    if (!first) first = form;
     if (!skipValue(beginning)) break;
   }
-  return CaptureForm::har;
+  return first;
 }
 
 bool isUpper(std::uint8_t byte) {
@@ -141,7 +169,7 @@ struct Told {
   std::optional<Direction> direction;  // of a raw stream
 };
 
-std::optional<Told> toldBy(PeekedSource& source) {
+std::optional<Told> toldBy(PeekedSource& source, CaptureForm asked) {
   if (PacketSegments::recognises(source.peek(kPacketMagic))) return Told{CaptureForm::pcap, {}};
   Beginning beginning(source);
   std::optional<std::uint8_t> first = beginning.nextVisible();
@@ -149,11 +177,53 @@ std::optional<Told> toldBy(PeekedSource& source) {
   if (*first == 0xEF && beginning.next() == 0xBB && beginning.next() == 0xBF) {
     first = beginning.nextVisible();
   }
-  if (first == '{') return Told{formOfObject(beginning), {}};
+  if (first == '{') {
+    const auto form = formOfObject(beginning, asked);
+    if (form) return Told{*form, {}};
+    if (asked == CaptureForm::automatic) return Told{CaptureForm::har, {}};
+    return isJSON(asked) ? std::optional(Told{asked, {}}) : std::nullopt;
+  }
   beginning.seek(beginning.position() - 1);
   const std::optional<Direction> direction = directionAt(beginning);
   if (!direction) return std::nullopt;
   return Told{CaptureForm::http, direction};
+}
+
+// Whether the first line that is not empty is a start line, as strictly as where none is due.
+bool beginsWithStartLine(PeekedSource& source) {
+  Beginning beginning(source);
+  std::optional<std::uint8_t> byte = beginning.nextVisible();
+  const std::size_t begin = byte ? beginning.position() - 1 : 0;
+  while (byte && *byte != '\n') byte = beginning.next();
+  const ByteView line = beginning.seen().subspan(begin);
+  const auto beginsLine = [&](Direction direction) {
+    const auto found = StartLineSearch(direction).advance(line, true);
+    return found.found && found.length == 0;
+  };
+  return beginsLine(Direction::toAccessory) || beginsLine(Direction::toController);
+}
+
+// What is whole further on is read: the messages of a stream behind other bytes, the lines of
+// records behind one that is cut.
+bool mayBe(CaptureForm asked, CaptureForm told, PeekedSource& source) {
+  if (asked == CaptureForm::http && isJSON(told)) return directionWithin(source).has_value();
+  return asked == CaptureForm::ndjson && told == CaptureForm::http && !beginsWithStartLine(source);
+}
+
+std::optional<std::string> contradiction(PeekedSource& source, CaptureForm asked,
+                                         const std::optional<Told>& told,
+                                         const std::string& advice) {
+  if (source.peek(1).empty()) return std::nullopt;
+  const auto nameOf = [](CaptureForm form) {
+    return std::ranges::find(kForms, form, &FormRow::form)->name;
+  };
+  if (!told) {
+    const bool isLenient = asked == CaptureForm::http || asked == CaptureForm::ndjson;
+    if (isLenient) return std::nullopt;
+    return fmt::format("does not begin like {}", nameOf(asked));
+  }
+  if (told->form == asked || mayBe(asked, told->form, source)) return std::nullopt;
+  return fmt::format("begins like {}, not like {}{}", nameOf(told->form), nameOf(asked), advice);
 }
 
 std::unique_ptr<CaptureReader> openStream(const std::shared_ptr<PeekedSource>& source,
@@ -172,14 +242,14 @@ std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource> source, C
   const std::shared_ptr<PeekedSource> peeked = inflatedWhereCompressed(std::move(source));
   if (peeked->peek(1).empty() && peeked->error()) return fail(errorDescription, *peeked->error());
 
-  std::optional<Direction> direction;
-  if (form == CaptureForm::automatic || form == CaptureForm::http) {
-    const std::optional<Told> told = toldBy(*peeked);
-    if (told && (form == CaptureForm::automatic || told->form == form)) {
-      form = told->form;
-      direction = told->direction;
-    }
+  const std::optional<Told> told = toldBy(*peeked, form);
+  if (form == CaptureForm::automatic) {
+    if (told) form = told->form;
+  } else if (const auto other = contradiction(*peeked, form, told, options.advice)) {
+    return fail(errorDescription, *other);
   }
+  std::optional<Direction> direction;
+  if (told && told->form == CaptureForm::http) direction = told->direction;
   switch (form) {
     case CaptureForm::automatic:
       return fail(errorDescription, kUnknownForm);
@@ -195,6 +265,11 @@ std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource> source, C
       return openPacketCapture(peeked, options.accessoryPort, options.limits, errorDescription);
   }
   return nullptr;
+}
+
+std::optional<std::string> otherForm(PeekedSource& source, CaptureForm asked,
+                                     const std::string& advice) {
+  return contradiction(source, asked, toldBy(source, asked), advice);
 }
 
 }  // namespace qv::capture

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "capture/byte_source.h"
 #include "capture/capture_reader.h"
@@ -23,6 +24,7 @@ enum class CaptureForm : std::uint8_t {
 struct OpenOptions {
   FramingLimits limits;
   std::optional<std::uint16_t> accessoryPort;  // for packet files
+  std::string advice;                          // for otherForm
 };
 
 // Opens a capture of the given form, compressed with gzip or not. Looks at no more bytes than it
@@ -39,5 +41,11 @@ QV_EXPORT std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource>
                                                      CaptureForm form = CaptureForm::automatic,
                                                      const OpenOptions& options = {},
                                                      ErrorSlot errorDescription = nullptr);
+
+// Tells what a source begins like where that is not the form that is asked for, with the advice
+// behind it; null where it may be that form. A first line that is cut, and bytes before the first
+// start line of a stream, contradict nothing. Of a JSON object any key of the form is enough.
+QV_EXPORT std::optional<std::string> otherForm(PeekedSource& source, CaptureForm asked,
+                                               const std::string& advice);
 
 }  // namespace qv::capture

@@ -78,6 +78,11 @@ std::unique_ptr<InputRecord> recordFor(const std::string& name) {
   return record;
 }
 
+capture::OpenOptions openOptions(const CaptureOptions& options) {
+  return {capture::FramingLimits{options.maxMessageSize}, options.port,
+          "; leave out --input-format " + std::string(nameOf(options.form))};
+}
+
 std::string_view nameOf(capture::Fidelity fidelity) {
   constexpr std::string_view kNames[] = {"exact", "reconstructed", "damaged"};
   return kNames[static_cast<std::size_t>(fidelity)];
@@ -156,7 +161,8 @@ bool CaptureInput::openDirectory(const CaptureOptions& options, std::ostream& er
     if (options.form != capture::CaptureForm::automatic &&
         options.form != capture::CaptureForm::http) {
       complain(err, record.name,
-               "holds byte streams (.req, .rsp), nothing else is read beside them");
+               "holds byte streams (.req, .rsp), nothing else is read beside them" +
+                   openOptions(options).advice);
       return false;
     }
     const auto streamOf = [&](std::vector<std::string>& files, Direction direction) {
@@ -181,7 +187,7 @@ bool CaptureInput::openDirectory(const CaptureOptions& options, std::ostream& er
     return true;
   }
   const auto source = sourceOf(record, std::move(pieces->others));
-  reader_ = capture::openCapture(source, options.form, {limits, options.port}, &error);
+  reader_ = capture::openCapture(source, options.form, openOptions(options), &error);
   if (reader_ != nullptr) return true;
   complain(err, record.name, textOrNull(source->error() ? source->error() : error));
   return false;
@@ -196,9 +202,15 @@ bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err)
     const auto source = sourceOf(record, err);
     opened = opened && source != nullptr;
     if (source == nullptr) continue;
-    streams[static_cast<std::size_t>(direction)] =
-        std::make_shared<ByteStreamItems>(capture::inflatedWhereCompressed(source), direction,
-                                          capture::FramingLimits{options.maxMessageSize});
+    const auto stream = capture::inflatedWhereCompressed(source);
+    const auto other = otherForm(*stream, capture::CaptureForm::http,
+                                 "; give it without --request and --response");
+    if (other) {
+      complain(err, record.name, *other);
+      opened = false;
+    }
+    streams[static_cast<std::size_t>(direction)] = std::make_shared<ByteStreamItems>(
+        stream, direction, capture::FramingLimits{options.maxMessageSize});
   }
   reader_ = std::make_unique<capture::StreamPairReader>(streams[0], streams[1]);
   return opened;
@@ -212,8 +224,7 @@ bool CaptureInput::open(const CaptureOptions& options, std::ostream& err) {
   const auto source = sourceOf(record, err);
   if (source == nullptr) return false;
   std::optional<std::string> error;
-  reader_ = capture::openCapture(
-      source, options.form, {capture::FramingLimits{options.maxMessageSize}, options.port}, &error);
+  reader_ = capture::openCapture(source, options.form, openOptions(options), &error);
   if (reader_ != nullptr) return true;
   complain(err, record.name, textOrNull(source->error() ? source->error() : error));
   return false;
