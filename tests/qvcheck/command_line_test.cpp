@@ -46,9 +46,9 @@ TEST(CommandLine, limitsWhatIsPrinted) {
 }
 
 TEST(CommandLine, helpAndVersion) {
-  for (const char* command :
-       {"", "traffic", "show", "profile", "profile check", "profile header", "profile doc",
-        "profile archive", "value", "value encode", "value decode", "rules", "explain"}) {
+  for (const char* command : {"", "traffic", "show", "report", "profile", "profile check",
+                              "profile header", "profile doc", "profile archive", "value",
+                              "value encode", "value decode", "rules", "explain"}) {
     std::istringstream words(std::string(command) + " --help");
     const Outcome outcome = runTool({std::istream_iterator<std::string>(words), {}});
     EXPECT_EQ(outcome.exit, 0);
@@ -58,6 +58,8 @@ TEST(CommandLine, helpAndVersion) {
     EXPECT_NE(outcome.out.find(isBoth ? "  qvcheck value decode" : example), std::string::npos)
         << outcome.out;
     EXPECT_EQ(outcome.err, "");
+    std::istringstream lines(outcome.out);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
   }
   const Outcome version = runTool({"--version"});
   EXPECT_EQ(version.exit, 0);

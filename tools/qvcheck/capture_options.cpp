@@ -67,13 +67,16 @@ void CaptureArguments::declare(CLI::App& command, CaptureOptions& options) {
       ->take_all();
   command
       .add_option("--request", options.requestFile,
-                  "Bytes from the controller to the accessory, as a stream of their own")
+                  "Bytes from the controller to the accessory, as a stream of their own; a "
+                  "directory of numbered pieces (.req) is taken too")
       ->type_name("FILE");
   command
       .add_option("--response", options.responseFile,
-                  "Bytes from the accessory to the controller, events included")
+                  "Bytes from the accessory to the controller, events included; a directory of "
+                  "numbered pieces (.rsp) is taken too")
       ->type_name("FILE");
   command.add_option("--input-format", form_, "Form of the inputs; auto looks at what they hold")
+      ->type_name("FORM")
       ->check(CLI::IsMember({"auto", "http", "ndjson", "har", "pcap"}))
       ->capture_default_str();
   command

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <sstream>
 
 #include "qvparsersupport/common/version.h"
 #include "tools/qvcheck/command_family.h"
@@ -13,14 +14,46 @@ namespace {
 
 constexpr const char* kExamples =
     "Examples:\n"
-    "  qvcheck traffic --profile lamp.xml --request run1.req --response run1.rsp\n"
-    "  qvcheck show --profile lamp.xml --request run1.req --response run1.rsp --message 14\n"
+    "  qvcheck traffic --profile lamp.xml run1.pcap\n"
+    "  qvcheck show --profile lamp.xml --message 14 run1.pcap\n"
     "  qvcheck profile check lamp.xml\n"
     "  qvcheck explain http.204-body\n"
     "\n"
     "Exit codes: 0 nothing found, 1 findings at or above --fail-on, 2 wrong usage,\n"
-    "3 input unreadable, damaged or incomplete, 4 profile refused, 5 nothing was judged,\n"
-    "70 fault of the tool itself, 128+n ended by signal n.";
+    "3 input unreadable, damaged or incomplete, 4 profile refused,\n"
+    "5 nothing was judged, 70 fault of the tool itself, 128+n ended by signal n.";
+
+// Breaks what stands in the right column, so that a line of the help has at most 80 characters.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter() { column_width(kColumn); }
+
+  std::string make_option_desc(const CLI::Option* option) const override {
+    return broken(option->get_description());
+  }
+  std::string make_subcommand(const CLI::App* command) const override {
+    std::ostringstream out;
+    CLI::detail::format_help(out, command->get_name(), broken(command->get_description()), kColumn);
+    return out.str();
+  }
+
+ private:
+  static constexpr std::size_t kColumn = 30;
+  static constexpr std::size_t kWidth = 80 - kColumn;
+
+  static std::string broken(const std::string& text) {
+    std::string lines;
+    std::size_t length = 0;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+      const bool fits = length + 1 + word.size() <= kWidth;
+      if (!lines.empty()) lines += fits ? ' ' : '\n';
+      length = fits && !lines.empty() ? length + 1 + word.size() : word.size();
+      lines += word;
+    }
+    return lines;
+  }
+};
 
 // In the order of the help.
 constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {makeTrafficFamily, makeReportFamily,
@@ -35,6 +68,7 @@ Answer usageError(const std::string& text) {
 
 Command parseCommandLine(const std::vector<std::string>& arguments) {
   CLI::App app("Checks captured VEL accessory protocol traffic against profiles.", "qvcheck");
+  app.formatter(std::make_shared<HelpFormatter>());
   app.footer(kExamples);
   app.require_subcommand(1);
   bool version = false;
@@ -44,7 +78,6 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
     families.push_back(make());
     families.back()->declare(app);
   }
-  app.get_formatter()->column_width(34);
 
   if (std::find(arguments.begin(), arguments.end(), "--version") != arguments.end() &&
       arguments.size() == 1) {

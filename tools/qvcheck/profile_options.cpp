@@ -15,8 +15,8 @@ constexpr const char* kCheckExamples =
     "  qvcheck profile check base.xml lamp.xml --output ndjson\n"
     "  qvcheck profile check lamp.xml --survey --fail-on warning\n"
     "\n"
-    "With --survey errors are what the library refuses, warnings what it accepts though it looks\n"
-    "wrong.";
+    "With --survey errors are what the library refuses, warnings what it accepts\n"
+    "though it looks wrong.";
 
 constexpr const char* kFamilyExamples =
     "Examples:\n"

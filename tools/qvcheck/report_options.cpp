@@ -9,6 +9,7 @@ namespace qv::check {
 
 void declareColor(CLI::App& command, std::string& choice) {
   command.add_option("--color", choice, "Color in text on standard output; auto honours NO_COLOR")
+      ->type_name("WHEN")
       ->check(CLI::IsMember({"auto", "always", "never"}))
       ->capture_default_str();
 }
@@ -34,6 +35,7 @@ void ReportArguments::declare(CLI::App& command) {
   declareOutputs(command);
   command
       .add_option("--fail-on", failOn_, "Lowest severity of a finding that makes the exit code 1")
+      ->type_name("SEVERITY")
       ->check(CLI::IsMember({"error", "warning", "note", "never"}))
       ->capture_default_str();
 }
@@ -42,11 +44,11 @@ void ReportArguments::declareOutputs(CLI::App& command) {
   command_ = &command;
   command
       .add_option("--output", outputs_,
-                  readsCaptures_ ? "Form of the report: text (the default) or ndjson; capture "
-                                   "writes the input as capture records, alone without a profile; "
-                                   "=FILE writes it there; may be repeated"
-                                 : "Form of the report: text (the default) or ndjson; "
-                                   "=FILE writes it there; may be repeated")
+                  std::string("Form of the report: text (the default) or ndjson") +
+                      (readsCaptures_ ? ", or capture, which writes the input as capture records "
+                                        "and alone needs no profile"
+                                      : "") +
+                      "; =FILE writes it there; may be repeated")
       ->type_name("FORM[=FILE]")
       ->expected(1)
       ->allow_extra_args(false)

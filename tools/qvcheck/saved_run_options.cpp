@@ -9,9 +9,9 @@ namespace qv::check {
 namespace {
 
 constexpr const char* kExamples =
-    "Several runs become one, in the order given; its exit code is the first of 70, 2, 4, 3, 1, "
-    "5,\n"
-    "0 that one of them has, and 5 only when none of them judged anything.\n"
+    "Several runs become one, in the order given; its exit code is the first of 70,\n"
+    "2, 4, 3, 1, 5, 0 that one of them has, and 5 only when none of them judged\n"
+    "anything.\n"
     "\n"
     "Examples:\n"
     "  qvcheck report run.ndjson\n"

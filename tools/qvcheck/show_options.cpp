@@ -11,7 +11,8 @@ namespace {
 constexpr const char* kExamples =
     "Examples:\n"
     "  qvcheck show --profile lamp.xml run1.pcap\n"
-    "  qvcheck show --profile lamp.xml --request run1.req --response run1.rsp --message 14";
+    "  qvcheck show --profile lamp.xml --message 14 --request run1.req \\\n"
+    "          --response run1.rsp";
 
 class ShowFamily : public CommandFamily {
  public:

@@ -16,10 +16,10 @@ constexpr const char* kExamples =
     "  qvcheck traffic --profile lamp.xml run1.pcap\n"
     "  tcpdump -U -w - | qvcheck traffic --profile lamp.xml --port 51826 -\n"
     "  qvcheck traffic --profile lamp.xml --request run1.req --response run1.rsp\n"
-    "  qvcheck traffic --profile base.xml --profile lamp.xml --request a.req --response a.rsp "
-    "--quiet\n"
-    "  qvcheck traffic --profile lamp.xml --request a.req --response a.rsp \\\n"
-    "          --output text --output ndjson=run.ndjson --fail-on warning";
+    "  qvcheck traffic --profile base.xml --profile lamp.xml --quiet captures/*\n"
+    "  qvcheck traffic --profile lamp.xml --fail-on warning \\\n"
+    "          --output text --output ndjson=run.ndjson run1.har\n"
+    "  qvcheck traffic --output capture=run1.ndjson run1.pcap";
 
 bool namesAnyRule(const std::string& name) {
   const auto isNamed = [&](const QVRule& rule) { return namesRule(name, rule.id); };

@@ -9,17 +9,18 @@ namespace qv::check {
 namespace {
 
 constexpr const char* kExamples =
-    "VALUE is JSON text where a value is meant (a text in quotes, \"-- -5\" for a negative "
-    "number)\n"
-    "and hexadecimal bytes where encoded bytes, or values of the formats data and tlv8, are.\n"
+    "VALUE is JSON text where a value is meant (a text in quotes, \"-- -5\" for a\n"
+    "negative number) and hexadecimal bytes where encoded bytes, or values of the\n"
+    "formats data and tlv8, are.\n"
     "Over IP the encoded form is the JSON of the body, so there it is JSON both ways.\n"
     "\n"
     "Examples:\n"
     "  qvcheck value encode --profile lamp.xml --ref 'Lamp Level' --transport btle 40\n"
     "  qvcheck value decode --profile lamp.xml --ref 'Lamp Level' --transport btle 28\n"
-    "  qvcheck value decode --profile lamp.xml --ref 'Lamp Schedule' --transport btle '01 01 7f'\n"
-    "  qvcheck value encode --profile lamp.xml --ref 'Lamp Schedule/Label' --transport tlv8 "
-    "'\"Evening\"'\n"
+    "  qvcheck value decode --profile lamp.xml --ref 'Lamp Schedule' \\\n"
+    "          --transport btle '01 01 7f'\n"
+    "  qvcheck value encode --profile lamp.xml --ref 'Lamp Schedule/Label' \\\n"
+    "          --transport tlv8 '\"Evening\"'\n"
     "\n"
     "Exit codes: 0 the value passes every check, 1 it fails one.";
 
