@@ -36,6 +36,7 @@ enum class InputNoteKind : std::uint8_t {
   unsupportedPackets,  // packets of a kind that is not read here, of which some may matter
   conflictingOverlap,  // two copies of the same bytes of a stream differ; the first one counts
   reassemblyLimit,     // bytes were given up to keep memory within bounds
+  unfinishedGivenUp,   // so was what is unfinished on a connection; no open request is answered
   cameTooLate,         // bytes that were told as a gap came after all, too far behind it
   connectionsSkipped,  // connections on which no HTTP was seen
   eventsNotHeld,       // the form holds no event notifications

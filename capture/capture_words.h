@@ -37,13 +37,13 @@ inline constexpr Word<Completeness> kCompletenessWords[] = {
     {Completeness::tooLarge, "too_large"},
     {Completeness::bytesMissing, "bytes_missing"},
     {Completeness::bodyDamaged, "body_damaged"},
+    {Completeness::givenUp, "given_up"},
 };
 
 inline constexpr Word<DamageKind> kDamageWords[] = {
-    {DamageKind::noMessage, "no_message"},
-    {DamageKind::looksLikeTLS, "looks_like_tls"},
-    {DamageKind::emptyLines, "empty_lines"},
-    {DamageKind::behindGap, "behind_gap"},
+    {DamageKind::noMessage, "no_message"},   {DamageKind::looksLikeTLS, "looks_like_tls"},
+    {DamageKind::emptyLines, "empty_lines"}, {DamageKind::behindGap, "behind_gap"},
+    {DamageKind::givenUp, "given_up"},
 };
 
 inline constexpr Word<InputNoteKind> kInputNoteWords[] = {
@@ -52,6 +52,7 @@ inline constexpr Word<InputNoteKind> kInputNoteWords[] = {
     {InputNoteKind::unsupportedPackets, "unsupported_packets"},
     {InputNoteKind::conflictingOverlap, "conflicting_overlap"},
     {InputNoteKind::reassemblyLimit, "reassembly_limit"},
+    {InputNoteKind::unfinishedGivenUp, "unfinished_given_up"},
     {InputNoteKind::cameTooLate, "came_too_late"},
     {InputNoteKind::connectionsSkipped, "connections_skipped"},
     {InputNoteKind::eventsNotHeld, "events_not_held"},

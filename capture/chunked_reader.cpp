@@ -32,16 +32,14 @@ void BodyBuilder::keep(ByteView bytes, std::uint64_t streamOffset) {
   if (end - message_.headerOffset > limit_) {
     message_.completeness = Completeness::tooLarge;
     message_.body.reset();
-    std::vector<BodySegment>().swap(message_.segments);
+    message_.segments = {};
     return;
   }
   if (!message_.body) message_.body.emplace();
   Bytes& body = *message_.body;
   const bool follows =
-      !message_.segments.empty() &&
-      message_.segments.back().streamOffset + (body.size() - message_.segments.back().bodyOffset) ==
-          streamOffset;
-  if (!follows) message_.segments.push_back({body.size(), streamOffset});
+      !message_.segments.empty() && message_.segments.streamOffsetOf(body.size()) == streamOffset;
+  if (!follows) message_.segments.add({body.size(), streamOffset});
   body.insert(body.end(), bytes.begin(), bytes.end());
 }
 

@@ -28,6 +28,9 @@ std::string damageText(DamageKind kind, std::uint64_t length) {
     case DamageKind::behindGap:
       return fmt::format("{} byte{} of a message whose beginning is not in the capture", length,
                          length == 1 ? "" : "s");
+    case DamageKind::givenUp:
+      return fmt::format("{} byte{} of a message that was given up to keep memory within bounds",
+                         length, length == 1 ? "" : "s");
     case DamageKind::emptyLines:
       return fmt::format("{} byte{} of empty lines after the last message", length,
                          length == 1 ? "" : "s");

@@ -4,26 +4,29 @@
 
 namespace qv::capture {
 
+namespace {
+
+struct CompletenessRow {
+  Completeness completeness;
+  const char* text;
+};
+
+constexpr CompletenessRow kCompletenessTexts[] = {
+    {Completeness::complete, ""},
+    {Completeness::headerCut, "the capture ends inside the header"},
+    {Completeness::bodyCut, "the capture ends inside the body"},
+    {Completeness::chunkUnreadable, "the chunked coding of the body cannot be read on"},
+    {Completeness::lengthUnreadable, "the length of the body cannot be told"},
+    {Completeness::tooLarge, "larger than the limit"},
+    {Completeness::bytesMissing, "the capture lacks bytes of it"},
+    {Completeness::bodyDamaged, "its body was changed when the capture was written"},
+    {Completeness::givenUp, "given up to keep memory within bounds"},
+};
+
+}  // namespace
+
 const char* completenessText(Completeness completeness) {
-  switch (completeness) {
-    case Completeness::complete:
-      return "";
-    case Completeness::headerCut:
-      return "the capture ends inside the header";
-    case Completeness::bodyCut:
-      return "the capture ends inside the body";
-    case Completeness::chunkUnreadable:
-      return "the chunked coding of the body cannot be read on";
-    case Completeness::lengthUnreadable:
-      return "the length of the body cannot be told";
-    case Completeness::tooLarge:
-      return "larger than the limit";
-    case Completeness::bytesMissing:
-      return "the capture lacks bytes of it";
-    case Completeness::bodyDamaged:
-      return "its body was changed when the capture was written";
-  }
-  return "";
+  return std::ranges::find(kCompletenessTexts, completeness, &CompletenessRow::completeness)->text;
 }
 
 std::uint64_t endOf(const StreamItem& item) {
@@ -35,12 +38,7 @@ std::uint64_t endOf(const StreamItem& item) {
 
 std::uint64_t FramedMessage::streamOffsetOf(std::uint64_t offsetInBody) const {
   if (isRecord || !body || segments.empty()) return bodyOffset;
-  const std::uint64_t wanted = std::min<std::uint64_t>(offsetInBody, body->size());
-  auto after = std::upper_bound(
-      segments.begin(), segments.end(), wanted,
-      [](std::uint64_t value, const BodySegment& segment) { return value < segment.bodyOffset; });
-  const BodySegment& segment = *std::prev(after);
-  return segment.streamOffset + (wanted - segment.bodyOffset);
+  return segments.streamOffsetOf(std::min<std::uint64_t>(offsetInBody, body->size()));
 }
 
 namespace {
@@ -53,12 +51,13 @@ bool liesWithin(std::uint64_t offset, std::uint64_t length, const FramedMessage&
 bool segmentsCoverBody(const FramedMessage& message) {
   if (!message.body) return message.segments.empty();
   if (message.body->empty() || message.segments.empty()) return false;
-  if (message.segments.front().bodyOffset != 0) return false;
+  const std::vector<BodySegment> segments = message.segments.all();
+  if (segments.front().bodyOffset != 0) return false;
   std::uint64_t streamEnd = message.headerOffset + message.header.size();
-  for (std::size_t i = 0; i < message.segments.size(); ++i) {
-    const BodySegment& segment = message.segments[i];
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    const BodySegment& segment = segments[i];
     const std::uint64_t bodyEnd =
-        i + 1 < message.segments.size() ? message.segments[i + 1].bodyOffset : message.body->size();
+        i + 1 < segments.size() ? segments[i + 1].bodyOffset : message.body->size();
     if (bodyEnd <= segment.bodyOffset || segment.streamOffset < streamEnd) return false;
     streamEnd = segment.streamOffset + (bodyEnd - segment.bodyOffset);
   }

@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "capture/body_segments.h"
 #include "qvparsersupport/common/bytes.h"
 #include "qvparsersupport/common/export.h"
 
@@ -42,6 +43,7 @@ enum class Completeness : std::uint8_t {
   tooLarge,          // larger than the limit; no body, and the header only up to the limit
   bytesMissing,      // the capture lacks bytes in its midst; delivered up to them
   bodyDamaged,       // whoever wrote the capture changed the body
+  givenUp,           // to keep memory within bounds; what was there is delivered
 };
 
 // A short text for a report, "the capture ends inside the body"; empty for `complete`.
@@ -82,12 +84,6 @@ struct FramingNote {
   std::uint64_t length = 0;
 };
 
-// A run of body bytes that stood together in the stream; it ends where the next one begins.
-struct BodySegment {
-  std::uint64_t bodyOffset = 0;
-  std::uint64_t streamOffset = 0;
-};
-
 struct FramedMessage {
   Direction direction = Direction::toAccessory;
   MessageKind kind = MessageKind::unknown;
@@ -102,7 +98,7 @@ struct FramedMessage {
   // it was announced; chunked bodies are decoded, other transfer codings left as they are.
   std::uint64_t bodyOffset = 0;
   std::optional<Bytes> body;
-  std::vector<BodySegment> segments;
+  BodySegments segments;
   BodyFraming framing = BodyFraming::none;
   Completeness completeness = Completeness::complete;
   // False when the next message was found by searching, so that others may have been missed.
@@ -123,7 +119,13 @@ enum class DamageKind : std::uint8_t {
   looksLikeTLS,
   emptyLines,
   behindGap,  // the rest of a message whose beginning is not in the capture
+  givenUp,    // the rest of one whose beginning was given up
 };
+
+// Whether it is what is left of a message.
+inline bool isRest(DamageKind kind) {
+  return kind == DamageKind::behindGap || kind == DamageKind::givenUp;
+}
 
 // Bytes that were skipped because no message begins there.
 struct Damage {

@@ -66,7 +66,7 @@ class HTTPFramer::Impl {
   std::size_t bufferedBytes() const {
     const std::size_t body = message_.body ? message_.body->capacity() : 0;
     return window_.capacity() + message_.header.capacity() + body +
-           message_.segments.capacity() * sizeof(BodySegment);
+           message_.segments.heapBytes();
   }
 
  private:

@@ -19,6 +19,8 @@ inline constexpr std::string_view kResponseEndUnknown =
 inline constexpr std::string_view kTooManyOpen = "too many requests wait for a response";
 inline constexpr std::string_view kRequestMayFollow =
     "its request would come too far behind it in the capture";
+inline constexpr std::string_view kGivenUp =
+    "what came before it was given up to keep memory within bounds";
 // Of a capture that was made of another one.
 inline constexpr std::string_view kToldUncertain =
     "it was not known what it answers when the capture was written";
@@ -26,7 +28,7 @@ inline constexpr std::string_view kToldUncertain =
 inline constexpr std::string_view kUnpairedReasons[] = {
     kNoRequest,      kNoFirstWord,     kRequestSkipped,    kResponseSkipped,
     kRequestMissing, kResponseMissing, kRequestEndUnknown, kResponseEndUnknown,
-    kToldUncertain,  kTooManyOpen,     kRequestMayFollow,
+    kToldUncertain,  kTooManyOpen,     kRequestMayFollow,  kGivenUp,
 };
 
 }  // namespace qv::capture

@@ -117,6 +117,30 @@ TEST(HTTPFramer, AccountsForEveryByteOfDamagedAndCutStreams) {
   }
 }
 
+// Chunks of one byte, of every form that a chunk line may have: a place costs less than its chunk.
+TEST(HTTPFramer, KeepsPlacesInLessThanTheChunksTook) {
+  std::string stream = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+  std::vector<std::uint64_t> places;
+  constexpr const char* kLines[] = {"1\n", "1\r\n", "01\r\n", "1;x=y\n"};
+  for (std::size_t i = 0; i < 100000; ++i) {
+    stream += i % 1000 == 999 ? "1;" + std::string(300, 'x') + "\n" : kLines[i * 7 / 5 % 4];
+    places.push_back(stream.size());
+    stream += i % 3 == 0 ? "x\n" : "x\r\n";
+  }
+  HTTPFramer framer(kOut);
+  for (std::size_t at = 0; at < stream.size(); at += 1000) {
+    framer.feed(bytesOf(stream).subspan(at, std::min<std::size_t>(1000, stream.size() - at)));
+    ASSERT_FALSE(framer.next());
+    ASSERT_LE(framer.bufferedBytes(), 8000 + 2 * at);
+  }
+  framer.feed(bytesOf("0\r\n\r\n"));
+  const auto item = framer.next();
+  const auto& message = std::get<FramedMessage>(*item);
+  ASSERT_EQ(message.body->size(), places.size());
+  for (std::size_t i = 0; i < places.size(); ++i) ASSERT_EQ(message.streamOffsetOf(i), places[i]);
+  EXPECT_EQ(message.streamOffsetOf(places.size() + 1), places.back() + 1);
+}
+
 TEST(AccountsForEveryByte, RefusesGapsOverlapsAndPointersOutside) {
   using Change = void (*)(FramedMessage & message, Damage & damage);
   const std::pair<const char*, Change> kChanges[] = {
@@ -130,9 +154,10 @@ TEST(AccountsForEveryByte, RefusesGapsOverlapsAndPointersOutside) {
       {"body outside", [](FramedMessage& message, Damage&) { message.body->resize(9); }},
       {"body in the header",
        [](FramedMessage& message, Damage&) {
-         message.segments[0] = {0, 3};
+         message.segments = {};
+         message.segments.add({0, 3});
        }},
-      {"body without a place", [](FramedMessage& message, Damage&) { message.segments.clear(); }},
+      {"body without a place", [](FramedMessage& message, Damage&) { message.segments = {}; }},
       {"note outside",
        [](FramedMessage& message, Damage&) {
          message.notes.push_back({FramingNoteKind::bareLineFeed, "", 40, 2});

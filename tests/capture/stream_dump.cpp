@@ -23,7 +23,7 @@ std::string dumpMessage(const FramedMessage& message) {
                   message.headerOffset + message.header.size(),
                   kFramings[static_cast<std::size_t>(message.framing)]);
   if (message.body) line += " " + quoted(*message.body);
-  for (const BodySegment& segment : message.segments) {
+  for (const BodySegment& segment : message.segments.all()) {
     line += fmt::format(" {}@{}", segment.bodyOffset, segment.streamOffset);
   }
   if (!message.complete()) line += fmt::format(" -- {}", completenessText(message.completeness));

@@ -31,6 +31,7 @@ constexpr NoteRow kRows[] = {
     {InputNoteKind::unsupportedPackets, "input.left-out", Severity::note, Loss::none},
     {InputNoteKind::conflictingOverlap, "input.overlap", Severity::note, Loss::none},
     {InputNoteKind::reassemblyLimit, "input.limit", Severity::warning, Loss::bytes},
+    {InputNoteKind::unfinishedGivenUp, "input.limit", Severity::warning, Loss::bytes},
     {InputNoteKind::cameTooLate, "input.gap", Severity::note, Loss::none},
     {InputNoteKind::connectionsSkipped, "input.left-out", Severity::note, Loss::none},
     {InputNoteKind::eventsNotHeld, "input.no-events", Severity::note, Loss::events},
@@ -75,10 +76,10 @@ struct LossKeeper {
       ++losses.gaps;
       losses.bytesMissing += gap->length;
     } else if (const capture::Damage* damage = exchange.damage()) {
-      const bool counts = damage->kind != capture::DamageKind::emptyLines &&
-                          damage->kind != capture::DamageKind::behindGap;
+      const bool counts =
+          damage->kind != capture::DamageKind::emptyLines && !capture::isRest(damage->kind);
       if (counts) ++losses.damagedParts;
-      if (damage->kind == capture::DamageKind::behindGap) record.complete = false;
+      if (capture::isRest(damage->kind)) record.complete = false;
     } else {
       const capture::Completeness completeness = exchange.message()->completeness;
       losses.endsEarly = losses.endsEarly || completeness == capture::Completeness::headerCut ||

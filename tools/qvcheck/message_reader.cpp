@@ -59,6 +59,8 @@ const char* reasonFor(Completeness completeness) {
       return "gap";
     case Completeness::bodyDamaged:
       return "body damaged";
+    case Completeness::givenUp:
+      return "given up";
     default:
       return "incomplete";
   }
