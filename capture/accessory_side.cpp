@@ -1,5 +1,6 @@
 #include "capture/accessory_side.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace qv::capture {
@@ -20,6 +21,23 @@ AccessorySide::Answer AccessorySide::look(bool fromFirst, ByteView bytes) {
   return answer_;
 }
 
+void AccessorySide::skip(bool fromFirst) {
+  sides_[fromFirst ? 0 : 1] = Side();
+}
+
+std::size_t AccessorySide::pending(bool fromFirst) const {
+  const Side& side = sides_[fromFirst ? 0 : 1];
+  return std::max(side.requests.pending, side.responses.pending);
+}
+
+std::size_t AccessorySide::heldBytes() const {
+  std::size_t bytes = 0;
+  for (const Side& side : sides_) {
+    bytes += side.requests.rest.capacity() + side.responses.rest.capacity();
+  }
+  return bytes;
+}
+
 bool AccessorySide::Search::find(ByteView bytes) {
   if (!rest.empty()) {
     rest.insert(rest.end(), bytes.begin(), bytes.end());
@@ -27,6 +45,7 @@ bool AccessorySide::Search::find(ByteView bytes) {
   }
   const StartLineSearch::Result result = search.advance(bytes, false);
   const ByteView kept = bytes.subspan(result.length);
+  pending = result.found || kept.size() <= kMostRest ? kept.size() : 0;
   if (kept.size() > kMostRest) {
     search = StartLineSearch(direction);
     rest = Bytes();

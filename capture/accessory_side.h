@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "capture/start_line.h"
@@ -16,6 +17,11 @@ class AccessorySide {
   // The next bytes that one side sent; once known the answer stays.
   Answer look(bool fromFirst, ByteView bytes);
   Answer answer() const { return answer_; }
+  // Bytes of this side are missing here, so that no start line goes on behind them.
+  void skip(bool fromFirst);
+  // How many of the last bytes of this side are the beginning of a start line, or may be.
+  std::size_t pending(bool fromFirst) const;
+  std::size_t heldBytes() const;
 
  private:
   // A search for start lines of one kind, and what it has to see again: at most kMostRest bytes, so
@@ -27,6 +33,7 @@ class AccessorySide {
     Direction direction;
     StartLineSearch search;
     Bytes rest;
+    std::size_t pending = 0;
   };
   struct Side {
     Search requests{Direction::toAccessory};

@@ -20,18 +20,19 @@ constexpr std::size_t kMostRequestHoles = 64;
 std::size_t bytesOf(const StreamItem& item) {
   const auto* message = std::get_if<FramedMessage>(&item);
   if (message == nullptr) return 0;
-  return message->header.size() + (message->body ? message->body->size() : 0);
+  return message->header.size() + (message->body ? message->body->size() : 0) +
+         message->segments.heapBytes();
 }
 
 // A gap, or what it left of a message.
 bool isMissing(const StreamItem& item) {
   const auto* damage = std::get_if<Damage>(&item);
-  return damage == nullptr || damage->kind == DamageKind::behindGap;
+  return damage == nullptr || isRest(damage->kind);
 }
 
 std::optional<PairingHole> holeOf(const StreamItem& item) {
   if (const auto* damage = std::get_if<Damage>(&item)) {
-    if (!damage->mayHideMessages && damage->kind != DamageKind::behindGap) return std::nullopt;
+    if (!damage->mayHideMessages && !isRest(damage->kind)) return std::nullopt;
     return PairingHole{damage->offset, damage->offset + damage->length};
   }
   const Gap& gap = std::get<Gap>(item);
@@ -72,6 +73,16 @@ void ExchangePairing::finish(Direction direction) {
     responsesFinished_ = true;
     if (responses_.empty()) closeRequests(requestCount_);
   }
+}
+
+void ExchangePairing::giveUp() {
+  waits_ = false;
+  release();
+  waits_ = true;
+  if (open_.empty()) return;
+  noteRequestHole({open_.front().begin, requestPosition_});
+  closeRequests(requestCount_);
+  uncertainty_ = kGivenUp;
 }
 
 std::optional<ExchangeRecord> ExchangePairing::next() {
@@ -146,7 +157,7 @@ void ExchangePairing::release() {
 }
 
 bool ExchangePairing::mustWait(const Held& held) const {
-  if (heldBytes_ > kMostHeldBytes || responses_.size() > kMostHeldItems) return false;
+  if (!waits_ || heldBytes_ > kMostHeldBytes || responses_.size() > kMostHeldItems) return false;
   return isAheadOfRequests(held);
 }
 

@@ -61,7 +61,9 @@ struct PairingHole {
 // requests that are still to come; beyond, the pairing is uncertain.
 class QV_EXPORT ExchangePairing {
  public:
-  explicit ExchangePairing(std::uint64_t connection = 1) : connection_(connection) {}
+  // `requestsBegin`: where the stream of the requests begins for us.
+  explicit ExchangePairing(std::uint64_t connection = 1, std::uint64_t requestsBegin = 0)
+      : connection_(connection), requestPosition_(requestsBegin) {}
 
   // `acknowledged`: how many bytes of the other direction the sender had received when it sent the
   // first byte of the item; null when that is not known.
@@ -69,13 +71,22 @@ class QV_EXPORT ExchangePairing {
            std::optional<std::int64_t> acknowledged = std::nullopt);
   // Nothing more comes in this direction.
   void finish(Direction direction);
+  // Frees what is held: items that wait come out, and responses to the requests so far are
+  // uncertain.
+  void giveUp();
   // Null when more is needed or, with both directions finished, when everything was told.
   std::optional<ExchangeRecord> next();
 
-  // Of the items that wait.
-  std::size_t heldBytes() const { return heldBytes_; }
+  // Of the items that wait, and of the requests without a response, which whoever takes the records
+  // has to keep.
+  std::size_t heldBytes() const {
+    return heldBytes_ + responses_.size() * sizeof(Held) + openBytes_ +
+           open_.size() * kUpkeepOfRequest;
+  }
 
  private:
+  // What a request that was read costs beside its bytes, about.
+  static constexpr std::size_t kUpkeepOfRequest = 1024;
   struct OpenRequest {
     std::uint64_t index = 0;
     std::uint64_t begin = 0;
@@ -111,8 +122,9 @@ class QV_EXPORT ExchangePairing {
   std::size_t openBytes_ = 0;
   std::optional<std::uint64_t> lastResponseBegin_;  // of the last final response with a request
   std::uint64_t requestCount_ = 0;
-  std::uint64_t requestPosition_ = 0;  // how much of their stream was added
+  std::uint64_t requestPosition_;  // how much of their stream was added
   bool requestsFinished_ = false;
+  bool waits_ = true;  // responses for their requests
   bool responsesFinished_ = false;
   bool pipelined_ = false;  // a request was sent before the response to the one before
   std::vector<PairingHole> requestHoles_;

@@ -8,14 +8,11 @@ namespace {
 // Packets of which the place is remembered beside that of the item under construction.
 constexpr std::size_t kMostMarks = 256;
 
-constexpr Direction opposite(Direction direction) {
-  return direction == Direction::toAccessory ? Direction::toController : Direction::toAccessory;
-}
-
 HTTPFramer framerFor(Direction direction, HTTPConversation::Beginning beginning,
                      FramingLimits limits) {
   if (!beginning.isPartial && beginning.offset == 0) return HTTPFramer(direction, limits);
-  return HTTPFramer::inMidstream(direction, beginning.offset, limits);
+  return HTTPFramer::inMidstream(direction, beginning.offset, limits,
+                                 beginning.isGivenUp ? DamageKind::givenUp : DamageKind::behindGap);
 }
 
 // Where the item is told to be: a message's first byte behind empty lines.
@@ -34,20 +31,20 @@ bool isWithinMessage(const StreamItem& item) {
 
 HTTPConversation::HTTPConversation(std::uint64_t connection, std::array<Beginning, 2> beginnings,
                                    FramingLimits limits, Emit emit)
-    : sides_{Side{framerFor(Direction::toAccessory, beginnings[0], limits), beginnings[0].offset},
+    : limits_(limits),
+      sides_{Side{framerFor(Direction::toAccessory, beginnings[0], limits), beginnings[0].offset},
              Side{framerFor(Direction::toController, beginnings[1], limits), beginnings[1].offset}},
-      pairing_(connection),
+      pairing_(connection, beginnings[0].offset),
       emit_(std::move(emit)) {
   for (Side& side : sides_) side.told = side.position;
+  sideOf(Direction::toController).framer.expectSettling();
 }
 
 void HTTPConversation::feed(Direction direction, ByteView bytes, CapturePlace place,
                             std::optional<std::int64_t> acknowledged) {
-  // Whoever sends has received everything before, so nothing more of that belongs to what is there.
-  const Direction other = opposite(direction);
-  if (acknowledged == static_cast<std::int64_t>(sideOf(other).position)) {
-    sideOf(other).framer.settle();
-    drain(other);
+  if (direction == Direction::toAccessory && acknowledged && *acknowledged >= 0) {
+    sideOf(Direction::toController).framer.settleAt(static_cast<std::uint64_t>(*acknowledged));
+    drain(Direction::toController);
   }
   Side& side = sideOf(direction);
   mark(side, place, acknowledged);
@@ -73,6 +70,31 @@ void HTTPConversation::finish(std::array<bool, 2> ended) {
   }
 }
 
+void HTTPConversation::giveUp() {
+  for (const Direction direction : {Direction::toAccessory, Direction::toController}) {
+    Side& side = sideOf(direction);
+    if (side.told == side.position) continue;
+    side.framer.finish(false);
+    drain(direction, true);
+    side.framer = HTTPFramer::inMidstream(direction, side.position, limits_, DamageKind::givenUp);
+    side.framer.expectSettling();
+  }
+  pairing_.giveUp();
+  emitPaired();
+}
+
+std::size_t HTTPConversation::heldBytes() const {
+  std::size_t bytes = pairing_.heldBytes();
+  for (const Side& side : sides_) {
+    bytes += side.framer.bufferedBytes() + side.recent.size() * sizeof(Mark);
+  }
+  return bytes;
+}
+
+void HTTPConversation::trim() {
+  for (Side& side : sides_) side.framer.trim();
+}
+
 void HTTPConversation::mark(Side& side, CapturePlace place,
                             std::optional<std::int64_t> acknowledged) {
   const Mark mark{side.position, place, acknowledged};
@@ -90,7 +112,7 @@ HTTPConversation::Mark HTTPConversation::markAt(Side& side, std::uint64_t offset
                                                                      : side.begin;
 }
 
-void HTTPConversation::drain(Direction direction) {
+void HTTPConversation::drain(Direction direction, bool givenUp) {
   Side& side = sideOf(direction);
   while (std::optional<StreamItem> item = side.framer.next()) {
     const Mark mark = markAt(side, placeOf(*item));
@@ -98,8 +120,16 @@ void HTTPConversation::drain(Direction direction) {
       side.told = endOf(*item);
       side.begin = markAt(side, side.told);
     }
+    if (auto* message = std::get_if<FramedMessage>(&*item)) {
+      if (givenUp && !message->complete()) {
+        message->completeness = Completeness::givenUp;
+        message->endKnown = false;
+      }
+    }
     pairing_.add(direction, *std::move(item), mark.place, mark.acknowledged);
   }
+  // Whatever comes is marked anew.
+  if (side.told == side.position) side.recent.clear();
   emitPaired();
 }
 

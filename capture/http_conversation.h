@@ -20,8 +20,9 @@ class HTTPConversation {
 
   // How the stream towards the accessory and the one towards the controller begin.
   struct Beginning {
-    bool isPartial = false;  // in its midst
-    std::uint64_t offset = 0;
+    bool isPartial = false;    // in its midst
+    std::uint64_t offset = 0;  // what was before it is not known, or held no message
+    bool isGivenUp = false;    // it may have begun a message
   };
   HTTPConversation(std::uint64_t connection, std::array<Beginning, 2> beginnings,
                    FramingLimits limits, Emit emit);
@@ -30,8 +31,17 @@ class HTTPConversation {
   void feed(Direction direction, ByteView bytes, CapturePlace place,
             std::optional<std::int64_t> acknowledged);
   void skip(Direction direction, std::uint64_t length, CapturePlace place);
+  // Frees what is held: emits what is unfinished, not to be judged, and goes on with the next start
+  // lines.
+  void giveUp();
   // Which of the streams, in the same order, came to their ends.
   void finish(std::array<bool, 2> ended);
+
+  // What is unfinished, in heap bytes: messages under construction, items that wait, requests
+  // without a response.
+  std::size_t heldBytes() const;
+  // Frees what is held for its capacity alone.
+  void trim();
 
  private:
   // Where a stretch of a stream came from; it ends where the next one begins.
@@ -51,9 +61,10 @@ class HTTPConversation {
   Side& sideOf(Direction direction) { return sides_[static_cast<std::size_t>(direction)]; }
   void mark(Side& side, CapturePlace place, std::optional<std::int64_t> acknowledged);
   static Mark markAt(Side& side, std::uint64_t offset);
-  void drain(Direction direction);
+  void drain(Direction direction, bool givenUp = false);
   void emitPaired();
 
+  FramingLimits limits_;
   std::array<Side, 2> sides_;
   ExchangePairing pairing_;
   Emit emit_;

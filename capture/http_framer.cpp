@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "capture/body_plan.h"
 #include "capture/chunked_reader.h"
@@ -18,6 +19,10 @@ namespace {
 
 // How many line ends after a 204 are looked past for a stray body.
 constexpr std::size_t kLineEndsBeforeStrayBody = 64;
+// How many bytes wait behind a 204 for what the other side says.
+constexpr std::size_t kMostUnsettledBytes = std::size_t{64} << 10;
+// Of places ahead that are settled; requests that were captured before their responses.
+constexpr std::size_t kMostSettled = 256;
 
 }  // namespace
 
@@ -26,23 +31,31 @@ class HTTPFramer::Impl {
   Impl(Direction direction, FramingLimits limits)
       : direction_(direction), limits_(limits), search_(direction), damage_(direction) {}
 
-  void beginInMidstream(std::uint64_t offset) {
+  void beginInMidstream(std::uint64_t offset, DamageKind rest) {
     window_.jump(offset);
     itemOffset_ = offset;
-    isBehindGap_ = true;
+    rest_ = rest;
     enterDamage();
   }
 
   Direction direction() const { return direction_; }
   void feed(ByteView bytes) {
     if (finished_ || bytes.empty()) return;
-    settled_ = false;
     window_.append(bytes);
   }
   void skip(std::uint64_t length) {
     if (!finished_) gap_ += length;
   }
-  void settle() { settled_ = true; }
+  void settleAt(std::uint64_t offset) {
+    if (!settled_.empty() && offset <= settled_.back()) return;
+    settled_.push_back(offset);
+    // The last one tells that no earlier place will be settled any more.
+    while (settled_.size() > 1 &&
+           (settled_.front() < window_.offset() || settled_.size() > kMostSettled)) {
+      settled_.erase(settled_.begin());
+    }
+  }
+  void expectSettling() { expectsSettling_ = true; }
   void finish(bool streamEnded) {
     finished_ = true;
     streamEnded_ = streamEnded;
@@ -65,9 +78,10 @@ class HTTPFramer::Impl {
 
   std::size_t bufferedBytes() const {
     const std::size_t body = message_.body ? message_.body->capacity() : 0;
-    return window_.capacity() + message_.header.capacity() + body +
-           message_.segments.heapBytes();
+    return window_.capacity() + message_.header.capacity() + body + message_.segments.heapBytes() +
+           message_.notes.capacity() * sizeof(FramingNote);
   }
+  void trim() { window_.trim(); }
 
  private:
   enum class Progress : std::uint8_t { again, needsInput, delivers };
@@ -161,9 +175,11 @@ class HTTPFramer::Impl {
   StreamWindow window_;
   bool finished_ = false;
   bool streamEnded_ = true;
-  bool isBehindGap_ = false;  // the item under construction begins there
-  bool settled_ = false;      // nothing follows that belongs to what was fed
-  std::uint64_t gap_ = 0;     // bytes that are missing behind the window
+  std::optional<DamageKind> rest_;  // what the item under construction is the rest of, if anything
+  std::vector<std::uint64_t> settled_;  // ascending
+  bool expectsSettling_ = false;
+  bool endsWithPiece_ = false;  // the header of the 204
+  std::uint64_t gap_ = 0;       // bytes that are missing behind the window
   State state_ = State::betweenMessages;
   std::uint64_t itemOffset_ = 0;  // where the item under construction begins
   std::optional<StreamItem> item_;
@@ -198,8 +214,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::betweenMessages() {
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::enterDamage() {
-  damage_ =
-      isBehindGap_ ? DamageReader(direction_, DamageKind::behindGap) : DamageReader(direction_);
+  damage_ = DamageReader(direction_, rest_);
   return proceed(State::damage);
 }
 
@@ -217,12 +232,12 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::skipDamage() {
 
 // Behind a gap "OST /pairings HTTP/1.1" is what is left of another method.
 bool HTTPFramer::Impl::beginsMidWord() const {
-  return direction_ == Direction::toAccessory && isBehindGap_ && !window_.empty() &&
+  return direction_ == Direction::toAccessory && rest_ && !window_.empty() &&
          window_.offset() == itemOffset_ && !knownMethodAt(window_.view());
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::deliver(StreamItem item) {
-  isBehindGap_ = false;
+  rest_ = std::nullopt;
   item_ = std::move(item);
   itemOffset_ = window_.offset();
   state_ = State::betweenMessages;
@@ -281,6 +296,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::beginBody(const FramingFields& fiel
       announcedState_ = State::chunkedBody;
       return proceed(State::announcedBody);
     case BodyPlan::unannounced:
+      endsWithPiece_ = window_.empty();
       return proceed(State::afterNoContent);
   }
   return deliverMessage();
@@ -302,6 +318,8 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::lookForAnnouncedBody() {
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::lookForStrayBody() {
+  const bool isSettled = endsWithPiece_ && std::ranges::binary_search(settled_, window_.offset());
+  if (isSettled) return deliverMessage();
   const ByteView bytes = window_.view();
   const ByteView peek = bytes.first(std::min(bytes.size(), kLineEndsBeforeStrayBody + 1));
   const auto first = std::find_if_not(peek.begin(), peek.end(), isLineEnd);
@@ -309,12 +327,14 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::lookForStrayBody() {
   if (lineEnds > kLineEndsBeforeStrayBody) return deliverMessage();
   const StartLineCheck check = startLineAt(direction_, bytes.subspan(lineEnds));
   if (check == StartLineCheck::no) {
+    const bool mayBeSettled = expectsSettling_ && endsWithPiece_ && !isAtEnd() && gap_ == 0 &&
+                              (settled_.empty() || settled_.back() < window_.offset());
+    if (mayBeSettled && bytes.size() <= kMostUnsettledBytes) return Progress::needsInput;
     search_ = StartLineSearch(direction_);
     message_.framing = BodyFraming::strayAfter204;
     return proceed(State::strayBody);
   }
-  if (check == StartLineCheck::yes || isAtEnd()) return deliverMessage();
-  return settled_ && gap_ == 0 && window_.empty() ? deliverMessage() : Progress::needsInput;
+  return check == StartLineCheck::yes || isAtEnd() ? deliverMessage() : Progress::needsInput;
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::readContentLengthBody() {
@@ -427,7 +447,7 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverGap(bool mayHideMessages) {
   window_.jump(std::exchange(gap_, 0));
   if (mayHideMessages) {
     itemOffset_ = window_.offset();
-    isBehindGap_ = true;
+    rest_ = DamageKind::behindGap;
     enterDamage();
   } else if (message_.complete()) {
     message_.completeness = Completeness::bytesMissing;
@@ -457,10 +477,10 @@ HTTPFramer::HTTPFramer(HTTPFramer&&) noexcept = default;
 HTTPFramer& HTTPFramer::operator=(HTTPFramer&&) noexcept = default;
 HTTPFramer::~HTTPFramer() = default;
 
-HTTPFramer HTTPFramer::inMidstream(Direction direction, std::uint64_t offset,
-                                   FramingLimits limits) {
+HTTPFramer HTTPFramer::inMidstream(Direction direction, std::uint64_t offset, FramingLimits limits,
+                                   DamageKind rest) {
   HTTPFramer framer(direction, limits);
-  framer.impl_->beginInMidstream(offset);
+  framer.impl_->beginInMidstream(offset, rest);
   return framer;
 }
 
@@ -473,8 +493,11 @@ void HTTPFramer::feed(ByteView bytes) {
 void HTTPFramer::skip(std::uint64_t length) {
   impl_->skip(length);
 }
-void HTTPFramer::settle() {
-  impl_->settle();
+void HTTPFramer::settleAt(std::uint64_t offset) {
+  impl_->settleAt(offset);
+}
+void HTTPFramer::expectSettling() {
+  impl_->expectSettling();
 }
 void HTTPFramer::finish(bool streamEnded) {
   impl_->finish(streamEnded);
@@ -484,6 +507,9 @@ std::optional<StreamItem> HTTPFramer::next() {
 }
 std::size_t HTTPFramer::bufferedBytes() const {
   return impl_->bufferedBytes();
+}
+void HTTPFramer::trim() {
+  impl_->trim();
 }
 
 }  // namespace qv::capture

@@ -40,7 +40,7 @@ class QV_EXPORT HTTPFramer {
   // For a stream of which nothing before the offset is known: what it begins with may be the rest
   // of a message.
   static HTTPFramer inMidstream(Direction direction, std::uint64_t offset,
-                                FramingLimits limits = {});
+                                FramingLimits limits = {}, DamageKind rest = DamageKind::behindGap);
   HTTPFramer(HTTPFramer&&) noexcept;
   HTTPFramer& operator=(HTTPFramer&&) noexcept;
   ~HTTPFramer();
@@ -52,8 +52,16 @@ class QV_EXPORT HTTPFramer {
   // So many bytes of the stream are missing here. To be called when `next` answered null. A message
   // in whose counted body they lie goes on behind them, otherwise the next start line is searched.
   void skip(std::uint64_t length);
-  // No byte that belongs to a message fed so far is still to come: a 204 that waits is delivered.
-  void settle();
+  // The other side sent something when it had received the stream up to here and no farther. So a
+  // 204 that ends here is whole: bytes behind it that begin no message were sent later and are
+  // damage. To be called in the order in which the other side sent; a place before an earlier one
+  // says nothing.
+  void settleAt(std::uint64_t offset);
+  // From now on each piece that is fed is a packet, and `settleAt` will be called. Stray bytes
+  // behind a 204 that ends with its packet wait until it is known whether they belong to it, so
+  // that it does not matter in which order the two directions were captured; as long as they are
+  // not too many.
+  void expectSettling();
   // `streamEnded` is false where it is known that only the capture stops: a body that the close of
   // the connection ends is cut then.
   void finish(bool streamEnded = true);
@@ -63,6 +71,8 @@ class QV_EXPORT HTTPFramer {
 
   // Heap bytes held: what was fed and not yet framed, and the message under construction.
   std::size_t bufferedBytes() const;
+  // Frees what is held for its capacity alone.
+  void trim();
 
  private:
   class Impl;

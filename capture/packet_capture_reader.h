@@ -18,9 +18,7 @@ namespace qv::capture {
 // The HTTP messages on the TCP connections of a packet file, pcap or pcapng; connections are told
 // apart and followed whatever order their packets have in the file.
 //
-// Which side is the accessory: the one on `accessoryPort`, when that is given; connections without
-// it are passed over. Otherwise the side that sends responses or is sent requests; connections on
-// which neither was seen are passed over and counted in a note at the end.
+// TCPConnections puts the bytes in order; HTTPConnections tells what becomes of `accessoryPort`.
 //
 // A message's place is the packet that holds its first byte; offsets count the bytes of the stream
 // of its direction from where the capture of it begins.

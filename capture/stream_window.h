@@ -36,6 +36,12 @@ class StreamWindow {
   // Leaves out bytes that never come. Only while the window is empty.
   void jump(std::uint64_t count) { offset_ += count; }
 
+  // Frees what is held for its capacity alone.
+  void trim() {
+    bytes_ = Bytes(bytes_.begin() + static_cast<std::ptrdiff_t>(begin_), bytes_.end());
+    begin_ = 0;
+  }
+
   ByteView view() const { return ByteView(bytes_).subspan(begin_); }
   bool empty() const { return begin_ == bytes_.size(); }
   // Of the first byte of `view` in the stream.

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <charconv>
+#include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "tests/capture/stream_dump.h"
 #include "tests/support/expectations.h"
@@ -23,6 +26,7 @@ std::string describe(const ExchangeRecord& record) {
   if (record.requestIndex) text += " #" + std::to_string(*record.requestIndex);
   if (record.answers) text += " -> #" + std::to_string(*record.answers);
   if (!record.unpairedReason.empty()) text += ": " + std::string(record.unpairedReason);
+  if (message->framing == BodyFraming::strayAfter204) text += " (stray body)";
   if (!message->complete()) text += " -- " + std::string(completenessText(message->completeness));
   return text + "\n";
 }
@@ -35,12 +39,13 @@ std::int64_t numberAt(std::string_view text) {
 
 // Lines of a case: direction, then how many bytes of the other direction were received ("-" when
 // that is not known), then the bytes; or, behind '~', how many bytes are missing.
-std::string report(const qv::test::Case& lines) {
-  std::string text;
+std::vector<std::string> recordsOf(const qv::test::Case& lines) {
+  std::vector<std::string> records;
   const bool partial = lines.front() == "partial";
   const HTTPConversation::Beginning beginning{partial, 0};
-  HTTPConversation conversation(1, {beginning, beginning}, {},
-                                [&](const ExchangeRecord& record) { text += describe(record); });
+  HTTPConversation conversation(1, {beginning, beginning}, {}, [&](const ExchangeRecord& record) {
+    records.push_back(describe(record));
+  });
   for (const std::string& line : lines) {
     if (line == "partial" || line == "stops") continue;
     const Direction direction = line[0] == '>' ? Direction::toAccessory : Direction::toController;
@@ -56,11 +61,46 @@ std::string report(const qv::test::Case& lines) {
   }
   const bool ended = lines.back() != "stops";
   conversation.finish({ended, ended});
+  return records;
+}
+
+std::string report(const qv::test::Case& lines) {
+  std::string text;
+  for (const std::string& record : recordsOf(lines)) text += record;
   return text;
 }
 
 TEST(HTTPConversation, PairsWhatItHears) {
   qv::test::expectAnswers("conversations.txt", report);
+}
+
+TEST(HTTPConversation, SaysTheSameHoweverTheDirectionsAreInterleaved) {
+  const auto isOfAccessory = [](const std::string& line) { return line[0] == '<'; };
+  for (const qv::test::Case& lines : qv::test::casesIn("conversations.txt")) {
+    const bool isWhole = std::ranges::all_of(lines, [](const std::string& line) {
+      return (line[0] == '>' || line[0] == '<') && line[1] == ' ' && line[2] != '-';
+    });
+    if (!isWhole) continue;
+    const auto records = [&](qv::test::Case order) {
+      std::vector<std::string> each = recordsOf(order);
+      std::ranges::stable_partition(each, isOfAccessory);
+      return each;
+    };
+    const std::vector<std::string> due = records(lines);
+    std::vector<char> sides;
+    for (const std::string& line : lines) sides.push_back(line[0]);
+    std::ranges::sort(sides);
+    do {
+      qv::test::Case order;
+      std::map<char, std::size_t> next;
+      for (const char side : sides) {
+        std::size_t& at = next[side];
+        while (lines[at][0] != side) ++at;
+        order.push_back(lines[at++]);
+      }
+      ASSERT_EQ(records(order), due) << std::string(sides.begin(), sides.end()) << lines[0];
+    } while (std::ranges::next_permutation(sides).found);
+  }
 }
 
 // Wherever bytes are missing, every other one is accounted for, and what is before is as it was.

@@ -37,6 +37,8 @@ void CaptureCheck::take(const capture::InputNote& note) {
   finding.location.input = input.input;
   finding.location.name = input.name;
   report_.finding(finding);
+  const auto found = checkers_.find(note.connection.value_or(0));
+  if (found != checkers_.end()) found->second->take(note.kind);
 }
 
 void CaptureCheck::take(const capture::ConnectionClosed& closed) {

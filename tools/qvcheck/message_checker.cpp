@@ -54,6 +54,15 @@ void MessageChecker::check(const capture::ExchangeRecord& record) {
   }
 }
 
+void MessageChecker::take(capture::InputNoteKind note) {
+  const bool givenUp = note == capture::InputNoteKind::unfinishedGivenUp;
+  // Responses may be in what was given up.
+  if (givenUp || note == capture::InputNoteKind::reassemblyLimit) pairingUncertain_ = true;
+  if (!givenUp) return;
+  open_.clear();
+  reader_.forgetRequests();
+}
+
 void MessageChecker::finish() {
   closeRequests(UINT64_MAX);
   if (unanswered_ == 0 || pairingUncertain_) return;
@@ -101,8 +110,9 @@ void MessageChecker::reportGap(const capture::Gap& gap, const capture::ExchangeR
 void MessageChecker::reportDamage(const capture::Damage& damage, Direction direction,
                                   const InputRecord& input) {
   if (damage.kind == capture::DamageKind::emptyLines) return;
-  if (damage.kind == capture::DamageKind::behindGap) {
-    reportFinding(remark("input.gap", Severity::note, damage.text, damage.offset, damage.length),
+  if (capture::isRest(damage.kind)) {
+    const char* rule = damage.kind == capture::DamageKind::behindGap ? "input.gap" : "input.limit";
+    reportFinding(remark(rule, Severity::note, damage.text, damage.offset, damage.length),
                   std::nullopt, input);
     return;
   }

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "capture/exchange_pairing.h"
+#include "capture/capture_reader.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
 #include "tools/qvcheck/message_reader.h"
 #include "tools/qvcheck/report.h"
@@ -30,6 +30,8 @@ class MessageChecker {
         reader_(connection) {}
 
   void check(const capture::ExchangeRecord& record);
+  // A note about the connection.
+  void take(capture::InputNoteKind note);
   // For a connection that was read to its end: notes the requests without a response.
   void finish();
 

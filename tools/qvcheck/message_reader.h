@@ -32,6 +32,8 @@ class MessageReader {
   // `message` is that of the record.
   ReadMessage read(const capture::ExchangeRecord& record, const capture::FramedMessage& message,
                    std::size_t number, const std::string& inputName);
+  // No response to a request so far is to come.
+  void forgetRequests() { open_.clear(); }
 
  private:
   // A request whose response may come.

@@ -66,8 +66,8 @@ constexpr QVRule kRules[] = {
     {"input.limit",
      {},
      "What has to be remembered of an input keeps within bounds. Too many bytes waited for "
-     "others that were lost, or too many connections were open at once; the oldest were given up, "
-     "and what belongs to them is not judged.",
+     "others that were lost, too many connections were open at once, or too much of their messages "
+     "was unfinished; the oldest were given up, and what belongs to them is not judged.",
      "20,000 connections that never end"},
     {"input.no-events",
      {},
