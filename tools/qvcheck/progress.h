@@ -23,13 +23,11 @@ class Progress : public ReportSink {
   void read(std::size_t bytes);
   void clear();
 
-  void run(const RunRecord&) override {}
   void profile(const ProfileRecord&) override { clear(); }
   void input(const InputRecord&) override { clear(); }
   void connection(const ConnectionRecord&) override { clear(); }
   void message(const MessageRecord& record) override;
   void finding(const Finding&) override { clear(); }
-  void gap(const GapRecord&) override {}
   void summary(const Summary&) override { clear(); }
 
  private:

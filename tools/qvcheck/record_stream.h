@@ -25,14 +25,11 @@ class RecordWriter : public ReportSink {
  public:
   explicit RecordWriter(int descriptor) : descriptor_(descriptor) {}
 
-  void run(const RunRecord&) override {}
-  void profile(const ProfileRecord&) override {}
   void input(const InputRecord& record) override;
   void connection(const ConnectionRecord& record) override;
   void message(const MessageRecord& record) override;
   void finding(const Finding& record) override;
   void gap(const GapRecord& record) override;
-  void summary(const Summary&) override {}
 
   // Writes everything out; false when that failed, now or before.
   bool end(const WorkerEnd& record);
@@ -74,14 +71,11 @@ class RenumberingSink : public ReportSink {
   // `inputs` is how many inputs came before.
   RenumberingSink(Report& report, std::size_t inputs);
 
-  void run(const RunRecord&) override {}
-  void profile(const ProfileRecord&) override {}
   void input(const InputRecord& record) override;
   void connection(const ConnectionRecord& record) override;
   void message(const MessageRecord& record) override;
   void finding(const Finding& record) override;
   void gap(const GapRecord& record) override;
-  void summary(const Summary&) override {}
 
  private:
   Report& report_;

@@ -196,7 +196,8 @@ class SummaryTotal {
   Summary total_;
 };
 
-// Receives the records of one run in order. `finding` follows the message that it belongs to.
+// Receives the records of one run in order; those that a sink does not override are nothing to it.
+// `finding` follows the message that it belongs to.
 class ReportSink {
  public:
   ReportSink() = default;
@@ -204,14 +205,14 @@ class ReportSink {
   ReportSink& operator=(const ReportSink&) = delete;
   virtual ~ReportSink() = default;
 
-  virtual void run(const RunRecord& record) = 0;
-  virtual void profile(const ProfileRecord& record) = 0;
-  virtual void input(const InputRecord& record) = 0;
-  virtual void connection(const ConnectionRecord& record) = 0;
-  virtual void message(const MessageRecord& record) = 0;
-  virtual void finding(const Finding& record) = 0;
-  virtual void gap(const GapRecord& record) = 0;
-  virtual void summary(const Summary& record) = 0;
+  virtual void run(const RunRecord&) {}
+  virtual void profile(const ProfileRecord&) {}
+  virtual void input(const InputRecord&) {}
+  virtual void connection(const ConnectionRecord&) {}
+  virtual void message(const MessageRecord&) {}
+  virtual void finding(const Finding&) {}
+  virtual void gap(const GapRecord&) {}
+  virtual void summary(const Summary&) {}
   // Nothing more comes for now: writes what is held back.
   virtual void flush() {}
 };

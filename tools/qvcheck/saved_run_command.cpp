@@ -32,13 +32,6 @@ std::unique_ptr<SavedRunReader> openRun(const std::string& file, std::string& er
 class RunCatcher : public ReportSink {
  public:
   void run(const RunRecord& record) override { caught = record; }
-  void profile(const ProfileRecord&) override {}
-  void input(const InputRecord&) override {}
-  void connection(const ConnectionRecord&) override {}
-  void message(const MessageRecord&) override {}
-  void finding(const Finding&) override {}
-  void gap(const GapRecord&) override {}
-  void summary(const Summary&) override {}
 
   std::optional<RunRecord> caught;
 };

@@ -2,7 +2,6 @@
 
 #include <ostream>
 #include <string>
-#include <string_view>
 
 #include "tools/qvcheck/ink.h"
 #include "tools/qvcheck/report.h"
@@ -22,13 +21,11 @@ class TextReport : public ReportSink {
   };
   TextReport(std::ostream& out, Style style) : out_(out), style_(style), ink_(style.color) {}
 
-  void run(const RunRecord&) override {}
   void profile(const ProfileRecord& record) override;
   void input(const InputRecord& record) override;
   void connection(const ConnectionRecord& record) override;
   void message(const MessageRecord& record) override;
   void finding(const Finding& record) override;
-  void gap(const GapRecord&) override {}
   void summary(const Summary& record) override;
   void flush() override { closeBlock(); }
 
