@@ -20,7 +20,7 @@ namespace qv::capture::test {
 //   raw                               just the bytes
 //
 //   eth:TYPE sll:TYPE sll2:TYPE       headers; what follows "ip4" and "tcp" are fields to set
-//   ip4 ip4:len=N,frag=XXXX,proto=N,opt=XX  ip6 ip6:len=N,next=N  tcp tcp:flags=XX,seq=N,opt=XX
+//   ip4 ip4:len=N,frag=HEX,proto=N,opt=HEX  ip6 ip6:len=N,next=N  tcp tcp:flags=HEX,seq=N,opt=HEX
 //   "text"  xHEX  zero:N              bytes
 //   cut:N                             only the first N bytes were captured
 //   part:BEGIN-END                    only these bytes, as if there were no others

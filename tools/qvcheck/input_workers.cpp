@@ -54,7 +54,8 @@ class Descriptor {
 
 // A file without a name.
 Descriptor temporaryFile() {
-  std::string path = (std::filesystem::temp_directory_path() / "qvcheck-XXXXXX").string();
+  const std::string filledIn(6, 'X');  // by mkostemp
+  std::string path = (std::filesystem::temp_directory_path() / ("qvcheck-" + filledIn)).string();
   Descriptor file(::mkostemp(path.data(), O_CLOEXEC));
   if (file.number() < 0) failWith("cannot make a temporary file");
   ::unlink(path.c_str());
