@@ -1,7 +1,7 @@
 #pragma once
 
 #include <csignal>
-#include <cstddef>
+#include <iterator>
 
 namespace qv::check {
 
@@ -21,8 +21,8 @@ class SignalWatch {
   static bool waitFor(int descriptor);
 
  private:
-  static constexpr std::size_t kCount = 2;
-  struct sigaction before_[kCount] {};
+  static constexpr int kSignals[] = {SIGINT, SIGTERM};
+  struct sigaction before_[std::size(kSignals)]{};
 };
 
 }  // namespace qv::check
