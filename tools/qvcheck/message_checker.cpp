@@ -33,6 +33,12 @@ bool beginsLikeRequest(ByteView head) {
   return method != std::string_view::npos && method > 0 && text.substr(method).starts_with(" /");
 }
 
+// By the end of the capture.
+bool isCut(const FramedMessage& message) {
+  return message.completeness == Completeness::headerCut ||
+         message.completeness == Completeness::bodyCut;
+}
+
 std::string shortened(const std::string& url) {
   constexpr std::size_t kLongest = 80;
   return url.size() <= kLongest ? url : url.substr(0, kLongest) + "...";
@@ -77,9 +83,7 @@ void MessageChecker::finish() {
 void MessageChecker::followExchange(const capture::ExchangeRecord& record,
                                     const MessageRecord& message) {
   const FramedMessage& framed = *record.message();
-  const bool cut = framed.completeness == Completeness::headerCut ||
-                   framed.completeness == Completeness::bodyCut;
-  if (record.requestIndex && !cut) {
+  if (record.requestIndex && !isCut(framed)) {
     open_[*record.requestIndex] = {message.message, message.offset, message.method, message.url};
   } else if (record.answers && framed.kind == MessageKind::response) {
     open_.erase(*record.answers);
@@ -158,14 +162,10 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
   if (message.complete() && message.kind == MessageKind::response) {
     reportUnpaired(record, out, input);
   }
-  if (!message.complete()) {
-    const bool cut = message.completeness == Completeness::headerCut ||
-                     message.completeness == Completeness::bodyCut;
-    if (cut) {
-      reportFinding(remark("input.incomplete", Severity::note,
-                           capture::completenessText(message.completeness), message.endOffset, 0),
-                    out.message, input);
-    }
+  if (isCut(message)) {
+    reportFinding(remark("input.incomplete", Severity::note,
+                         capture::completenessText(message.completeness), message.endOffset, 0),
+                  out.message, input);
   }
   for (const QVMessageFault* fault : faults) {
     reportFinding(findingForFault(*fault, message), out.message, input);
