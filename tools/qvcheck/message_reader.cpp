@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "capture/capture_words.h"
 #include "qvparsersupport/ipmessages/tlv8_message.h"
 
 namespace qv::check {
@@ -74,7 +75,7 @@ void leaveUnjudged(MessageRecord& record, std::string reason) {
 }  // namespace
 
 std::string_view nameOf(Direction direction) {
-  return direction == Direction::toAccessory ? "to_accessory" : "to_controller";
+  return capture::wordFor(capture::kDirectionWords, direction);
 }
 
 ReadMessage MessageReader::read(const capture::ExchangeRecord& record, const FramedMessage& message,

@@ -17,6 +17,7 @@
 #include "tools/qvcheck/command_family.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/profile_survey.h"
+#include "tools/qvcheck/report_texts.h"
 #include "tools/qvcheck/survey_findings.h"
 #include "tools/qvcheck/text_report.h"
 #include "tools/qvcheck/tool_rules.h"
@@ -226,10 +227,6 @@ std::optional<Documents> readDocuments(
     if (documents.back() == nullptr) return std::nullopt;
   }
   return documents;
-}
-
-std::string counted(std::size_t count, const char* noun) {
-  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 }  // namespace
