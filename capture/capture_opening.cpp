@@ -11,6 +11,7 @@
 #include "capture/capture_record_reader.h"
 #include "capture/gzip_source.h"
 #include "capture/har_reader.h"
+#include "capture/json_bytes.h"
 #include "capture/packet_capture_reader.h"
 #include "capture/packet_segments.h"
 #include "capture/start_line.h"
@@ -46,10 +47,6 @@ constexpr FormRow kForms[] = {
 constexpr std::string_view kRecordKeys[] = {"type",          "connection",  "direction", "time_ns",
                                             "header_base64", "body_base64", "schema"};
 
-bool isWhite(std::uint8_t byte) {
-  return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
-}
-
 // The first bytes of a source one by one, each read when it is asked for.
 class Beginning {
  public:
@@ -64,7 +61,7 @@ class Beginning {
   }
   std::optional<std::uint8_t> nextVisible() {
     std::optional<std::uint8_t> byte = next();
-    while (byte && isWhite(*byte)) byte = next();
+    while (byte && isBlank(*byte)) byte = next();
     return byte;
   }
   // Goes on at `position`.

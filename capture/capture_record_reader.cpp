@@ -11,6 +11,7 @@
 
 #include "capture/capture_words.h"
 #include "capture/damage_reader.h"
+#include "capture/json_bytes.h"
 #include "capture/line_reader.h"
 #include "capture/record_connections.h"
 #include "capture/record_fields.h"
@@ -22,8 +23,6 @@ namespace qv::capture {
 namespace {
 
 constexpr std::string_view kSchema = "qv.capture/1";
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kBlanks = " \t\r";
 // What a line may hold beside the base-64 of its message.
 constexpr std::uint64_t kLineSlack = std::uint64_t{64} << 10;
 constexpr JSONLimits kJSONLimits{
@@ -127,7 +126,7 @@ void CaptureRecordReader::readLine() {
   if (line_.number == 1 && text.starts_with(kByteOrderMark)) {
     text.remove_prefix(kByteOrderMark.size());
   }
-  if (!line_.tooLong && text.find_first_not_of(kBlanks) == std::string_view::npos) return;
+  if (!line_.tooLong && std::ranges::all_of(bytesOf(text), isBlank)) return;
   JSONParseResult json;
   if (!line_.tooLong) json = parseJSON(bytesOf(text), kJSONLimits);
   if (json.value && json.value->isDictionary()) {

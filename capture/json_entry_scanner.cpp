@@ -1,18 +1,16 @@
 #include "capture/json_entry_scanner.h"
 
-#include <algorithm>
 #include <array>
 #include <string_view>
 #include <utility>
 
+#include "capture/json_bytes.h"
 #include "qvparsersupport/common/json_reader.h"
 
 namespace qv::capture {
 
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kBlanks = " \t\r\n";
 // "entries" with each letter written as an escape.
 constexpr std::size_t kLongestKey = 42;
 
@@ -30,10 +28,6 @@ constexpr Stops kScalarStops = stopsAt("\"{}[],: \t\r\n");
 std::size_t runEnd(ByteView bytes, std::size_t at, const Stops& stops) {
   while (at < bytes.size() && !stops[bytes[at]]) ++at;
   return at;
-}
-
-bool isBlank(std::uint8_t byte) {
-  return kBlanks.find(static_cast<char>(byte)) != std::string_view::npos;
 }
 
 }  // namespace

@@ -51,20 +51,21 @@ std::optional<std::string> RecordFields::text(std::string_view key) {
   return std::string(text->substr(0, length));
 }
 
-std::optional<std::uint64_t> RecordFields::count(std::string_view key) {
+template <class Integer>
+std::optional<Integer> RecordFields::integer(std::string_view key, std::string_view kind) {
   const std::optional<Value> value = present(key);
   if (!value) return std::nullopt;
-  const auto number = integerOf<std::uint64_t>(*value);
-  if (!number) complain(fmt::format("{} is no count", key));
+  const auto number = integerOf<Integer>(*value);
+  if (!number) complain(fmt::format("{} is no {}", key, kind));
   return number;
 }
 
+std::optional<std::uint64_t> RecordFields::count(std::string_view key) {
+  return integer<std::uint64_t>(key, "count");
+}
+
 std::optional<std::int64_t> RecordFields::time(std::string_view key) {
-  const std::optional<Value> value = present(key);
-  if (!value) return std::nullopt;
-  const auto number = integerOf<std::int64_t>(*value);
-  if (!number) complain(fmt::format("{} is no whole number of nanoseconds", key));
-  return number;
+  return integer<std::int64_t>(key, "whole number of nanoseconds");
 }
 
 std::optional<bool> RecordFields::flag(std::string_view key) {

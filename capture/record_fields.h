@@ -60,6 +60,8 @@ class RecordFields {
 
  private:
   std::optional<Value> present(std::string_view key) const;
+  template <class Integer>
+  std::optional<Integer> integer(std::string_view key, std::string_view kind);
 
   Value record_;
   std::optional<std::string> error_;
