@@ -91,25 +91,28 @@ int writeArchive(const std::string& file, std::ostream& out, std::ostream& err) 
   return writeContent(file, text, out, err);
 }
 
+RunRecord runRecord(const ProfileCheckOptions& options) {
+  RunRecord run;
+  run.command = "profile check";
+  for (const std::string& file : options.files) run.options.emplace_back("file", file);
+  if (options.survey) run.options.emplace_back("survey", "true");
+  return run;
+}
+
 }  // namespace
 
 int runProfileCheck(const ProfileCheckOptions& options, std::ostream& out, std::ostream& err,
                     bool outIsTerminal) {
-  return writeReport(options.report, out, err, outIsTerminal, false,
-                     [&](Report& report, OutputFiles&) {
-                       RunRecord run;
-                       run.command = "profile check";
-                       for (const std::string& file : options.files)
-                         run.options.emplace_back("file", file);
-                       if (options.survey) run.options.emplace_back("survey", "true");
-                       report.run(run);
-                       if (options.survey) {
-                         surveyProfiles(options.files, report, err);
-                       } else {
-                         loadProfiles(options.files, report, err);
-                       }
-                       return report.finish(false);
-                     });
+  const auto check = [&](Report& report, OutputFiles&) {
+    report.run(runRecord(options));
+    if (options.survey) {
+      surveyProfiles(options.files, report, err);
+    } else {
+      loadProfiles(options.files, report, err);
+    }
+    return report.finish(false);
+  };
+  return writeReport(options.report, out, err, outIsTerminal, false, check);
 }
 
 int runProfileOutput(const ProfileOutputOptions& options, std::ostream& out, std::ostream& err) {
