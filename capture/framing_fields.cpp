@@ -1,6 +1,5 @@
 #include "capture/framing_fields.h"
 
-#include <algorithm>
 #include <limits>
 #include <string_view>
 

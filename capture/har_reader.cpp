@@ -5,7 +5,6 @@
 #include <deque>
 #include <map>
 #include <utility>
-#include <vector>
 
 #include "capture/har_entry.h"
 #include "capture/json_entry_scanner.h"

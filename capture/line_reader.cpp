@@ -1,6 +1,5 @@
 #include "capture/line_reader.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 

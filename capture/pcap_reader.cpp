@@ -8,7 +8,6 @@
 #include <exception>
 #include <memory>
 #include <new>
-#include <string>
 #include <utility>
 
 #include "capture/packet_reader.h"

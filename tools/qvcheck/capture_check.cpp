@@ -1,7 +1,5 @@
 #include "tools/qvcheck/capture_check.h"
 
-#include <utility>
-
 #include "tools/qvcheck/input_findings.h"
 
 namespace qv::check {

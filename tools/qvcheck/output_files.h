@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "capture/capture_record_writer.h"
-#include "tools/qvcheck/options.h"
 #include "tools/qvcheck/report.h"
+#include "tools/qvcheck/report_options.h"
 
 namespace qv::check {
 

@@ -4,7 +4,6 @@
 
 #include <map>
 #include <string>
-#include <utility>
 
 #include "tools/qvcheck/capture_input.h"
 #include "tools/qvcheck/escape.h"

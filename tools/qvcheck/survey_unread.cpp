@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
-#include <set>
 #include <vector>
 
 #include "qvparsersupport/common/xml_tree.h"

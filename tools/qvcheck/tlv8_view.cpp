@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 #include "qvparsersupport/common/json_writer.h"
 #include "qvparsersupport/definitions/enum_xml_object.h"

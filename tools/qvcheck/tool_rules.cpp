@@ -44,12 +44,10 @@ constexpr QVRule kRules[] = {
     {"input.gap",
      {},
      "The input holds every byte that went over the wire. These were received by the other side, "
-     "as "
-     "its acknowledgements tell, and are in no packet of the capture: it missed packets, or cut "
+     "as its acknowledgements tell, and are in no packet of the capture: it missed packets, or cut "
      "them short. Messages that lack bytes are not judged, and neither are responses whose request "
      "is uncertain because of it. This is a fact about the input, not a fault of the peer. Give "
-     "the "
-     "capturing program a larger buffer and no snapshot length.",
+     "the capturing program a larger buffer and no snapshot length.",
      "segments 1 to 1448 and 2897 to 4344, acknowledged up to 4344"},
     {"input.incomplete",
      {},
@@ -71,8 +69,8 @@ constexpr QVRule kRules[] = {
      "20,000 connections that never end"},
     {"input.no-events",
      {},
-     "The input holds event notifications as well. An HTTP archive has requests and "
-     "their responses alone, so nothing is said about events.",
+     "The input holds event notifications as well. An HTTP archive has requests and their "
+     "responses alone, so nothing is said about events.",
      "household.har"},
     {"input.overlap",
      {},

@@ -1,10 +1,8 @@
 #include "tools/qvcheck/traffic_command.h"
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "tools/qvcheck/capture_check.h"
 #include "tools/qvcheck/capture_input.h"

@@ -2,12 +2,12 @@
 
 #include <ostream>
 
-#include "tools/qvcheck/options.h"
+#include "tools/qvcheck/traffic_options.h"
 
 namespace qv::check {
 
-// `qvcheck traffic`: loads the profiles, reads the two streams of a connection, checks every
-// message and reports. Answers the exit code.
+// `qvcheck traffic`: loads the profiles, reads the captures, checks every message and reports;
+// `errIsTerminal` decides whether it tells meanwhile how far it is. Answers the exit code.
 int runTraffic(const TrafficOptions& options, std::ostream& out, std::ostream& err,
                bool outIsTerminal, bool errIsTerminal);
 

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <cmath>
-#include <functional>
 #include <iterator>
 
 #include "qvparsersupport/common/json_reader.h"
