@@ -1,10 +1,13 @@
 #include "tools/qvcheck/ndjson_report.h"
 
+#include <concepts>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 
 #include "qvparsersupport/common/base64.h"
 #include "qvparsersupport/common/version.h"
+#include "tools/qvcheck/report_fields.h"
 
 namespace qv::check {
 
@@ -12,57 +15,74 @@ namespace {
 
 using JSON = nlohmann::ordered_json;
 
-template <class T>
-JSON orNull(const std::optional<T>& value) {
-  return value ? JSON(*value) : JSON();
-}
-
-JSON orNull(std::string_view text) {
-  return text.empty() ? JSON() : JSON(text);
-}
-
 // File names and captured bytes may be no UTF-8; the line is valid JSON all the same.
 void write(std::ostream& out, const JSON& record) {
   out << record.dump(-1, ' ', false, JSON::error_handler_t::replace) << '\n';
 }
 
-JSON locationJSON(const Location& location) {
-  JSON json;
-  json["input"] = orNull(location.input);
-  json["name"] = location.name;
-  json["part"] = orNull(location.part);
-  json["byte_offset"] = orNull(location.byteOffset);
-  json["byte_length"] = orNull(location.byteLength);
-  json["json_pointer"] = orNull(location.jsonPointer);
-  json["tlv8_path"] = orNull(location.tlv8Path);
-  json["line"] = location.line > 0 ? JSON(location.line) : JSON();
-  json["column"] = location.line > 0 ? JSON(location.column) : JSON();
-  return json;
-}
+// Puts fields into an object.
+struct ObjectWriter {
+  JSON& object;
 
-JSON definitionJSON(const std::optional<DefinitionPlace>& definition) {
-  if (!definition) return {};
-  JSON json;
-  json["kind"] = definition->kind;
-  json["name"] = definition->name;
-  json["uuid"] = orNull(definition->uuid);
-  json["file"] = orNull(definition->file);
-  json["line"] = definition->file.empty() ? JSON() : JSON(definition->line);
-  return json;
-}
+  template <class T>
+  void operator()(const char* key, const T& field) {
+    object[key] = form(field);
+  }
 
-JSON excerptJSON(const std::optional<Excerpt>& excerpt) {
-  if (!excerpt) return {};
-  std::string bytes;
-  appendBase64(bytes, excerpt->bytes);
-  JSON json;
-  json["offset"] = excerpt->offset;
-  json["bytes_base64"] = std::move(bytes);
-  json["mark_offset"] = excerpt->mark.offset;
-  json["mark_length"] = excerpt->mark.length;
-  json["not_shown"] = excerpt->notShown;
-  json["as_text"] = excerpt->asText;
-  return json;
+ private:
+  template <class T>
+  requires std::integral<T> || std::convertible_to<T, std::string_view>
+  static JSON form(const T& value) { return value; }
+  static JSON form(Severity severity) { return nameOf(severity); }
+  static JSON form(Verdict verdict) { return nameOf(verdict); }
+  static JSON form(const std::vector<std::string>& texts) { return texts; }
+  static JSON form(const Bytes& bytes) {
+    std::string text;
+    appendBase64(text, bytes);
+    return text;
+  }
+  static JSON form(const Summary::Counts& counts) {
+    JSON json = JSON::object();
+    for (const auto& [name, count] : counts) json[name] = count;
+    return json;
+  }
+  static JSON form(const std::vector<ExitCode>& outcomes) {
+    JSON json = JSON::array();
+    for (const ExitCode code : outcomes) json.push_back(static_cast<int>(code));
+    return json;
+  }
+  template <class T>
+  static JSON form(const std::optional<T>& value) {
+    return value ? form(*value) : JSON();
+  }
+  template <class T>
+  static JSON form(const OrNull<T>& field) {
+    return field.isNull ? JSON() : form(field.value);
+  }
+  template <class T>
+  static JSON form(const Origin<T>& origin) {
+    return origin.fromTool ? "tool" : "library";
+  }
+  template <class T>
+  static JSON form(const AsText<T>& field) {
+    return field.number ? JSON(std::to_string(*field.number)) : JSON();
+  }
+  template <class Record>
+  static JSON form(const Record& record) {
+    JSON json;
+    ObjectWriter writer{json};
+    fields(writer, record);
+    return json;
+  }
+};
+
+template <class Record>
+void write(std::ostream& out, const char* type, const Record& record) {
+  JSON line;
+  line["type"] = type;
+  ObjectWriter writer{line};
+  fields(writer, record);
+  write(out, line);
 }
 
 }  // namespace
@@ -91,116 +111,25 @@ void NDJSONReport::run(const RunRecord& record) {
 }
 
 void NDJSONReport::profile(const ProfileRecord& record) {
-  JSON json;
-  json["type"] = "profile";
-  json["file"] = record.file;
-  json["accepted"] = record.accepted;
-  json["text"] = orNull(record.text);
-  json["enums"] = record.enums;
-  json["tlv8s"] = record.tlv8s;
-  json["characteristics"] = record.characteristics;
-  json["services"] = record.services;
-  write(out_, json);
+  write(out_, "profile", record);
 }
-
 void NDJSONReport::input(const InputRecord& record) {
-  JSON json;
-  json["type"] = "input";
-  json["input"] = record.input;
-  json["name"] = record.name;
-  json["format"] = record.format;
-  json["fidelity"] = record.fidelity;
-  json["bytes"] = record.bytes;
-  json["complete"] = record.complete;
-  json["lost"] = record.lost;
-  write(out_, json);
+  write(out_, "input", record);
 }
-
 void NDJSONReport::connection(const ConnectionRecord& record) {
-  JSON json;
-  json["type"] = "connection";
-  json["connection"] = record.connection;
-  json["input"] = record.input;
-  json["client"] = orNull(record.client);
-  json["server"] = orNull(record.server);
-  json["partial_start"] = record.partialStart;
-  write(out_, json);
+  write(out_, "connection", record);
 }
-
 void NDJSONReport::message(const MessageRecord& record) {
-  JSON json;
-  json["type"] = "message";
-  json["message"] = record.message;
-  json["connection"] = record.connection;
-  json["direction"] = record.direction;
-  json["kind"] = record.kind;
-  json["class"] = orNull(record.className);
-  json["answers"] = orNull(record.answers);
-  // As a text, because it is beyond 2^53.
-  json["time_ns"] = record.timeNs ? JSON(std::to_string(*record.timeNs)) : JSON();
-  json["part"] = record.part > 0 ? JSON(record.part) : JSON();
-  json["part_name"] = record.part > 0 ? orNull(record.partName) : JSON();
-  json["method"] = orNull(record.method);
-  json["url"] = orNull(record.url);
-  json["code"] = orNull(record.code);
-  json["offset"] = record.offset;
-  json["header_length"] = record.headerLength;
-  json["body_length"] = record.bodyLength;
-  json["content_type"] = orNull(record.contentType);
-  json["verdict"] = nameOf(record.verdict);
-  json["reason"] = orNull(record.reason);
-  json["error_description"] = orNull(record.errorDescription);
-  write(out_, json);
+  write(out_, "message", record);
 }
-
 void NDJSONReport::finding(const Finding& record) {
-  JSON json;
-  json["type"] = "finding";
-  json["finding"] = record.finding;
-  json["message"] = orNull(record.message);
-  json["rule"] = record.rule;
-  json["severity"] = nameOf(record.severity);
-  json["origin"] = record.fromTool ? "tool" : "library";
-  json["text"] = record.text;
-  json["location"] = locationJSON(record.location);
-  json["expected"] = orNull(record.expected);
-  json["actual"] = orNull(record.actual);
-  json["definition"] = definitionJSON(record.definition);
-  json["hint"] = orNull(record.hint);
-  json["excerpt"] = excerptJSON(record.excerpt);
-  json["markup"] = orNull(record.markup);
-  write(out_, json);
+  write(out_, "finding", record);
 }
-
 void NDJSONReport::gap(const GapRecord& record) {
-  JSON json;
-  json["type"] = "gap";
-  json["connection"] = record.connection;
-  json["direction"] = record.direction;
-  json["offset"] = record.offset;
-  json["bytes"] = record.bytes;
-  write(out_, json);
+  write(out_, "gap", record);
 }
-
 void NDJSONReport::summary(const Summary& record) {
-  JSON json;
-  json["type"] = "summary";
-  json["messages"] = record.messages;
-  json["judged"] = record.judged;
-  json["faulty"] = record.faulty;
-  json["not_judged"] = JSON::object();
-  for (const auto& [reason, count] : record.notJudged) json["not_judged"][reason] = count;
-  json["findings"] = JSON::object();
-  for (const auto& [rule, count] : record.findings) json["findings"][rule] = count;
-  json["findings_left_out"] = record.leftOut;
-  json["findings_ignored"] = record.ignored;
-  json["stopped_early"] = record.stoppedEarly;
-  json["complete"] = record.complete;
-  json["verdict"] = orNull(record.verdict);
-  json["exit"] = record.exit;
-  json["outcomes"] = JSON::array();
-  for (const ExitCode code : record.outcomes) json["outcomes"].push_back(static_cast<int>(code));
-  write(out_, json);
+  write(out_, "summary", record);
 }
 
 }  // namespace qv::check

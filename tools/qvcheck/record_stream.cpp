@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <concepts>
 #include <cstring>
-#include <map>
 #include <type_traits>
 
+#include "tools/qvcheck/report_fields.h"
 #include "tools/qvcheck/report_texts.h"
 
 namespace qv::check {
@@ -22,63 +22,13 @@ constexpr char kFinding = 'f';
 constexpr char kGap = 'g';
 constexpr char kEnd = 'e';
 
-constexpr std::string_view kWords[] = {
-    "",      "to_accessory", "to_controller", "request",    "response", "event", "unknown",
-    "entry", "packet",       "line",          "start_line", "header",   "body",
-};
-
-// One list of fields for each record, for writing and for reading.
-template <class R, class Record>
-concept Is = std::same_as<std::remove_const_t<R>, Record>;
-
-template <class F, Is<ByteRange> R>
-void fields(F&& f, R& r) {
-  f(r.offset, r.length);
-}
-template <class F, Is<InputRecord> R>
-void fields(F&& f, R& r) {
-  f(r.input, r.name, r.format, r.fidelity, r.bytes, r.complete, r.lost);
-}
-template <class F, Is<ConnectionRecord> R>
-void fields(F&& f, R& r) {
-  f(r.connection, r.input, r.client, r.server, r.partialStart);
-}
-template <class F, Is<MessageRecord> R>
-void fields(F&& f, R& r) {
-  f(r.message, r.connection, r.direction, r.kind, r.className, r.answers, r.timeNs, r.part,
-    r.partName, r.method, r.url, r.code, r.inputName, r.offset, r.headerLength, r.bodyLength,
-    r.contentType, r.verdict, r.reason, r.errorDescription);
-}
-template <class F, Is<Excerpt> R>
-void fields(F&& f, R& r) {
-  f(r.offset, r.bytes, r.mark, r.notShown, r.asText);
-}
-template <class F, Is<DefinitionPlace> R>
-void fields(F&& f, R& r) {
-  f(r.kind, r.name, r.uuid, r.file, r.line);
-}
-template <class F, Is<Location> R>
-void fields(F&& f, R& r) {
-  f(r.input, r.name, r.part, r.byteOffset, r.byteLength, r.tlv8Path, r.jsonPointer, r.line,
-    r.column);
-}
-template <class F, Is<Finding> R>
-void fields(F&& f, R& r) {
-  f(r.finding, r.message, r.rule, r.severity, r.fromTool, r.text, r.location, r.expected, r.actual,
-    r.definition, r.hint, r.excerpt, r.markup);
-}
-template <class F, Is<GapRecord> R>
-void fields(F&& f, R& r) {
-  f(r.connection, r.direction, r.offset, r.bytes);
-}
 // What the records themselves do not tell.
 template <class F, Is<Summary> R>
-void fields(F&& f, R& r) {
-  f(r.ignored, r.stoppedEarly, r.complete, r.outcomes);
-}
-template <class F, Is<WorkerEnd> R>
-void fields(F&& f, R& r) {
-  f(r.goesOn, r.account, r.complaints);
+void accountFields(F& f, R& r) {
+  f("findings_ignored", r.ignored);
+  f("stopped_early", r.stoppedEarly);
+  f("complete", r.complete);
+  f("outcomes", r.outcomes);
 }
 
 template <class T>
@@ -87,9 +37,9 @@ concept Plain = std::is_arithmetic_v<T> || std::is_enum_v<T>;
 struct Encoder {
   std::string& out;
 
-  template <class... T>
-  void operator()(const T&... values) {
-    (put(values), ...);
+  template <class T>
+  void operator()(const char*, const T& field) {
+    put(field);
   }
   template <Plain T>
   void put(const T& value) {
@@ -110,17 +60,38 @@ struct Encoder {
     put(value.has_value());
     if (value) put(*value);
   }
+  template <class T>
+  void put(const OrNull<T>& field) {
+    put(field.value);
+  }
+  template <class T>
+  void put(const Origin<T>& origin) {
+    put(origin.fromTool);
+  }
+  template <class T>
+  void put(const AsText<T>& field) {
+    put(field.number);
+  }
   template <class Record>
   requires(!Plain<Record>) void put(const Record& record) { fields(*this, record); }
+  void put(const MessageRecord& record) {
+    put(record.inputName);
+    fields(*this, record);
+  }
+  void put(const WorkerEnd& end) {
+    put(end.goesOn);
+    put(end.complaints);
+    accountFields(*this, end.account);
+  }
 };
 
 // Of what an Encoder wrote, in the same process image, so that the form need not be checked.
 struct Decoder {
   std::string_view in;
 
-  template <class... T>
-  void operator()(T&... values) {
-    (get(values), ...);
+  template <class T>
+  void operator()(const char*, T&& field) {
+    get(field);
   }
   std::string_view take(std::size_t count) {
     const std::string_view taken = in.substr(0, count);
@@ -153,8 +124,29 @@ struct Decoder {
     value.reset();
     if (has) get(value.emplace());
   }
+  template <class T>
+  void get(OrNull<T>& field) {
+    get(field.value);
+  }
+  template <class T>
+  void get(Origin<T>& origin) {
+    get(origin.fromTool);
+  }
+  template <class T>
+  void get(AsText<T>& field) {
+    get(field.number);
+  }
   template <class Record>
   requires(!Plain<Record>) void get(Record& record) { fields(*this, record); }
+  void get(MessageRecord& record) {
+    get(record.inputName);
+    fields(*this, record);
+  }
+  void get(WorkerEnd& end) {
+    get(end.goesOn);
+    get(end.complaints);
+    accountFields(*this, end.account);
+  }
 };
 
 template <class Record>
@@ -166,18 +158,13 @@ Record decoded(std::string_view bytes) {
 
 }  // namespace
 
-std::optional<std::string_view> wordOfRecords(std::string_view word) {
-  const auto* found = std::ranges::find(kWords, word);
-  if (found == std::end(kWords)) return std::nullopt;
-  return *found;
-}
-
 template <class Record>
 void RecordWriter::write(char type, const Record& record) {
   constexpr std::size_t kWrittenAtOnce = 1 << 16;
   const std::size_t start = buffer_.size();
   Encoder encoder{buffer_};
-  encoder(std::size_t{0}, type);
+  encoder.put(std::size_t{0});
+  encoder.put(type);
   encoder.put(record);
   const std::size_t length = buffer_.size() - start - sizeof(std::size_t);
   std::memcpy(buffer_.data() + start, &length, sizeof length);

@@ -84,7 +84,4 @@ class RenumberingSink : public ReportSink {
   std::size_t messages_;
 };
 
-// The word as a literal that lives on, of those that records use; null for any other.
-std::optional<std::string_view> wordOfRecords(std::string_view word);
-
 }  // namespace qv::check

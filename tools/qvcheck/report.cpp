@@ -1,10 +1,26 @@
 #include "tools/qvcheck/report.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qv::check {
 
 namespace {
+
+constexpr std::string_view kSeverities[] = {"note", "warning", "error"};
+constexpr std::string_view kVerdicts[] = {"ok", "faulty", "unrecognised", "not_judged"};
+constexpr std::string_view kWords[] = {
+    "",      "to_accessory", "to_controller", "request",    "response", "event", "unknown",
+    "entry", "packet",       "line",          "start_line", "header",   "body",
+};
+
+// The value whose name stands at its place in the list.
+template <class Enum, std::size_t count>
+std::optional<Enum> valueNamed(const std::string_view (&names)[count], std::string_view name) {
+  const auto* found = std::ranges::find(names, name);
+  if (found == std::end(names)) return std::nullopt;
+  return static_cast<Enum>(found - std::begin(names));
+}
 
 struct Outcome {
   ExitCode code;
@@ -49,13 +65,25 @@ void close(Summary& account, bool judging, int signal) {
 }  // namespace
 
 std::string_view nameOf(Severity severity) {
-  constexpr std::string_view kNames[] = {"note", "warning", "error"};
-  return kNames[static_cast<std::size_t>(severity)];
+  return kSeverities[static_cast<std::size_t>(severity)];
+}
+
+std::optional<Severity> severityNamed(std::string_view name) {
+  return valueNamed<Severity>(kSeverities, name);
 }
 
 std::string_view nameOf(Verdict verdict) {
-  constexpr std::string_view kNames[] = {"ok", "faulty", "unrecognised", "not_judged"};
-  return kNames[static_cast<std::size_t>(verdict)];
+  return kVerdicts[static_cast<std::size_t>(verdict)];
+}
+
+std::optional<Verdict> verdictNamed(std::string_view name) {
+  return valueNamed<Verdict>(kVerdicts, name);
+}
+
+std::optional<std::string_view> wordOfRecords(std::string_view word) {
+  const auto* found = std::ranges::find(kWords, word);
+  if (found == std::end(kWords)) return std::nullopt;
+  return *found;
 }
 
 std::string_view meaningOf(ExitCode code) {

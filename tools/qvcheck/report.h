@@ -19,9 +19,14 @@ namespace qv::check {
 
 enum class Severity : std::uint8_t { note, warning, error };
 std::string_view nameOf(Severity severity);
+std::optional<Severity> severityNamed(std::string_view name);
 
 enum class Verdict : std::uint8_t { ok, faulty, unrecognised, notJudged };
 std::string_view nameOf(Verdict verdict);
+std::optional<Verdict> verdictNamed(std::string_view name);
+
+// The other words that records use, as literals that live on; null for anything else.
+std::optional<std::string_view> wordOfRecords(std::string_view word);
 
 struct RunRecord {
   std::string command;
@@ -162,11 +167,13 @@ std::string_view meaningOf(ExitCode code);
 std::optional<ExitCode> exitCodeOf(int number);
 
 struct Summary {
+  using Counts = std::map<std::string, std::size_t, std::less<>>;
+
   std::size_t messages = 0;
   std::size_t judged = 0;
   std::size_t faulty = 0;
-  std::map<std::string, std::size_t, std::less<>> notJudged;  // by reason
-  std::map<std::string, std::size_t, std::less<>> findings;   // by rule
+  Counts notJudged;         // by reason
+  Counts findings;          // by rule
   std::size_t leftOut = 0;  // of the findings, those beyond the most that are written
   std::size_t mostFindings = 0;
   std::size_t ignored = 0;    // findings of rules that are not reported; not in `findings`

@@ -106,14 +106,7 @@ std::optional<std::string> ReportArguments::withoutEffect(const ReportOptions& o
 std::optional<std::string> ReportArguments::read(const std::vector<std::string>& inputs,
                                                  ReportOptions& options) const {
   if (auto wrong = readOutputs(options)) return wrong;
-  constexpr std::pair<std::string_view, std::optional<Severity>> kFailOn[] = {
-      {"error", Severity::error},
-      {"warning", Severity::warning},
-      {"note", Severity::note},
-      {"never", std::nullopt}};
-  for (const auto& [name, severity] : kFailOn) {
-    if (failOn_ == name) options.failOn = severity;
-  }
+  options.failOn = severityNamed(failOn_);  // null for "never"
   options.color = colorChoiceNamed(color_);
   options.quiet = quiet_;
   options.verbose = verbose_;

@@ -85,11 +85,7 @@ std::size_t inputsOf(const RunRecord& run) {
 
 std::optional<Severity> failOnOf(const RunRecord& run) {
   for (const auto& [name, value] : run.options) {
-    if (name != "fail-on") continue;
-    for (const Severity severity : {Severity::error, Severity::warning, Severity::note}) {
-      if (nameOf(severity) == value) return severity;
-    }
-    return std::nullopt;
+    if (name == "fail-on") return severityNamed(value);
   }
   return Severity::error;
 }
@@ -194,17 +190,17 @@ int runReport(const SavedRunOptions& options, std::ostream& out, std::ostream& e
     if (reader != nullptr && reader->next(first) && first.caught) merged.add(*first.caught);
   }
   const auto run = merged.record();
-  return writeReport(options.report, out, err, outIsTerminal, merged.judging(),
-                     [&](Report& whole, OutputFiles&) {
-                       const SignalWatch watch;
-                       whole.setLimits({{}, SIZE_MAX});
-                       if (run) whole.run(*run);
-                       Merger merger(whole, err, merged.judging());
-                       for (const std::string& file : options.files) {
-                         if (SignalWatch::signal() == 0) merger.add(file);
-                       }
-                       return merger.finish();
-                     });
+  const auto merge = [&](Report& whole, OutputFiles&) {
+    const SignalWatch watch;
+    whole.setLimits({{}, SIZE_MAX});
+    if (run) whole.run(*run);
+    Merger merger(whole, err, merged.judging());
+    for (const std::string& file : options.files) {
+      if (SignalWatch::signal() == 0) merger.add(file);
+    }
+    return merger.finish();
+  };
+  return writeReport(options.report, out, err, outIsTerminal, merged.judging(), merge);
 }
 
 }  // namespace qv::check

@@ -7,11 +7,12 @@
 
 #include "capture/line_reader.h"
 #include "tools/qvcheck/report.h"
+#include "tools/qvcheck/saved_line.h"
 
 namespace qv::check {
 
-// Reads the records of a run that was saved as NDJSON ("qv.run/1"). Keys that are not known are
-// passed over. Reading ends behind the summary, or at the first line that is broken.
+// Reads the records of a run that was saved as NDJSON ("qv.run/1"). Reading ends behind the
+// summary, or at the first line that is broken.
 class SavedRunReader {
  public:
   explicit SavedRunReader(std::shared_ptr<capture::ByteSource> source);
@@ -28,6 +29,15 @@ class SavedRunReader {
  private:
   void take(const capture::InputLine& line, ReportSink& sink);
   void handOnMessage(ReportSink& sink, const Finding* following = nullptr);
+  void handOn(const RunRecord& run, ReportSink& sink);
+  void handOn(MessageRecord& message, ReportSink& sink);
+  void handOn(Summary& summary, ReportSink& sink);
+  static void handOn(std::monostate, ReportSink&) {}
+  static void handOn(const ProfileRecord& profile, ReportSink& sink) { sink.profile(profile); }
+  static void handOn(const InputRecord& input, ReportSink& sink) { sink.input(input); }
+  static void handOn(const ConnectionRecord& opened, ReportSink& sink) { sink.connection(opened); }
+  static void handOn(const Finding& finding, ReportSink& sink) { sink.finding(finding); }
+  static void handOn(const GapRecord& gap, ReportSink& sink) { sink.gap(gap); }
 
   capture::LineReader lines_;
   std::optional<MessageRecord> message_;  // read, not handed on yet
