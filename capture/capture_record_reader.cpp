@@ -73,6 +73,7 @@ class CaptureRecordReader : public CaptureReader {
   void loseMessage(RecordFields& fields);
   void note(InputNoteKind kind, std::string text);
   void worsen(Fidelity fidelity) { fidelity_ = std::max(fidelity_, fidelity); }
+  void open(const std::string& name, ConnectionOpened opened, bool paired);
   RecordConnection& connectionNamed(const std::string& name);
   CapturePlace place(std::optional<std::int64_t> time = std::nullopt) const {
     return {line_.number, time};
@@ -184,6 +185,10 @@ void CaptureRecordReader::readConnection(RecordFields& fields) {
   opened.partialStart = fields.flag("partial_start").value_or(false);
   const bool paired = fields.flag("paired").value_or(false);
   if (fields.error()) return;
+  open(name, std::move(opened), paired);
+}
+
+void CaptureRecordReader::open(const std::string& name, ConnectionOpened opened, bool paired) {
   if (connections_.open(name, std::move(opened), paired)) {
     note(InputNoteKind::reassemblyLimit, "too many connections at a time; the quietest are closed");
   }
@@ -249,9 +254,7 @@ void CaptureRecordReader::readRun(RecordFields& fields) {
 
 // Opens the connection when none of that name is open.
 RecordConnection& CaptureRecordReader::connectionNamed(const std::string& name) {
-  if (connections_.find(name) == nullptr && connections_.open(name, ConnectionOpened(), false)) {
-    note(InputNoteKind::reassemblyLimit, "too many connections at a time; the quietest are closed");
-  }
+  if (connections_.find(name) == nullptr) open(name, ConnectionOpened(), false);
   connections_.touch(name);
   RecordConnection& connection = *connections_.find(name);
   connection.loseOnce(lostOffset_, lostLength_);

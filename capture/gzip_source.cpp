@@ -52,7 +52,7 @@ class GzipSource::Impl {
       throw std::bad_alloc();
     } else if (result != Z_OK) {
       end(fmt::format("the gzip data is damaged before byte {}: {}", bytesRead_ - stream_.avail_in,
-                      stream_.msg != nullptr ? stream_.msg : "it needs a dictionary"));
+                      stream_.msg != nullptr ? stream_.msg : zError(result)));
     }
   }
 
