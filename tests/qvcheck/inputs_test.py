@@ -8,6 +8,7 @@ import os
 import pathlib
 import pty
 import re
+import resource
 import signal
 import subprocess
 import sys
@@ -127,17 +128,43 @@ def check_pipe():
             record = json.loads(run.stdout.readline())
         expect("finding while the pipe is open", [record["message"], record["rule"]],
                [number, "class.unrecognised"])
-    run.send_signal(signal.SIGTERM)
-    expect("exit of an interrupted run", run.wait(), 128 + signal.SIGTERM)
+    run.send_signal(signal.SIGHUP)
+    expect("exit of an interrupted run", run.wait(), 128 + signal.SIGHUP)
     records = [json.loads(line) for line in run.stdout]
     expect("records of an interrupted run",
            [[record["type"], record["complete"]] for record in records], [["input", False], ["summary", False]])
     expect("complaints of an interrupted run", run.stderr.read(), b"")
 
 
-def check_progress():
+def check_ignored_signal():
+    """nohup has made SIGHUP be ignored, and so it stays."""
+    run = subprocess.Popen(["nohup", tool, "traffic", *profile_for("household"), "-"], stdin=subprocess.PIPE,
+                           stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    run.stdin.write("GET /none HTTP/1.1\r\n\r\n")
+    run.stdin.flush()
+    run.stdout.readline()
+    run.send_signal(signal.SIGHUP)
+    run.communicate()
+    expect("exit after an ignored signal", run.returncode, 5)
+
+
+def check_few_descriptors():
+    """More inputs than may be open at once give the same report, in one process and in several."""
+    names = [captures / f"packets/household-clean{kind}.pcap" for kind in ("", "-missing")] * 40
+    reports = []
+    for jobs, most in (("1", 1024), ("1", 24), ("3", 24)):
+        run = subprocess.run([tool, "traffic", *profile_for("household"), "--jobs", jobs, *names],
+                             capture_output=True, check=False, preexec_fn=lambda: resource.setrlimit(
+                                 resource.RLIMIT_NOFILE, (most, most)))
+        expect("complaints of a run of many inputs", run.stderr, b"")
+        reports.append(run.stdout)
+    expect("reports of many inputs", reports[1:], [reports[0]] * 2)
+
+
+def check_progress(*jobs):
     """Told on a terminal alone: a line that is rewritten and erased."""
-    command = [tool, "traffic", *profile_for("household"), "--progress", captures / "packets/household-clean.pcap"]
+    name = captures / "packets/household-clean.pcap"
+    command = [tool, "traffic", *profile_for("household"), "--progress", *jobs, *[name] * (1 + len(jobs))]
     terminal, other_end = pty.openpty()
     run = subprocess.run(command, stdout=subprocess.PIPE, stderr=other_end, text=True, check=False)
     os.close(other_end)
@@ -178,4 +205,7 @@ check_verbose()
 check_pipe()
 check_interruption_of_a_file()
 check_progress()
+check_progress("--jobs=2")
+check_ignored_signal()
+check_few_descriptors()
 sys.exit("\n".join(failures) or 0)

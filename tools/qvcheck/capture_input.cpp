@@ -265,6 +265,9 @@ const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostrea
     }
     record.lost = lossTexts(record, reader_->fidelity());
   }
+  // A run of many inputs is not to keep them all open.
+  reader_.reset();
+  sources_.clear();
   return records_;
 }
 

@@ -35,7 +35,8 @@ class CaptureInput {
   InputRecord& record(capture::Direction direction);
   // Why reading stopped before the end.
   std::optional<std::string> error() const;
-  // At the end: what is to be said of each file; complains of what could not be read.
+  // At the end: what is to be said of each file; complains of what could not be read. Nothing is
+  // to be read any more.
   const std::vector<std::unique_ptr<InputRecord>>& close(std::ostream& err);
   // Numbers its files from `first` on and answers how many there are.
   std::size_t number(std::size_t first);

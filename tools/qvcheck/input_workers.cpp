@@ -52,13 +52,19 @@ class Descriptor {
   int number_;
 };
 
-// A file without a name.
+// A file without a name, in the directory of TMPDIR or where that is of no use the usual one. One
+// that is not open when there are too many of them.
 Descriptor temporaryFile() {
+  std::error_code unusable;
+  std::filesystem::path directory = std::filesystem::temp_directory_path(unusable);
+  if (unusable) directory = P_tmpdir;
   const std::string filledIn(6, 'X');  // by mkostemp
-  std::string path = (std::filesystem::temp_directory_path() / ("qvcheck-" + filledIn)).string();
+  std::string path = (directory / ("qvcheck-" + filledIn)).string();
   Descriptor file(::mkostemp(path.data(), O_CLOEXEC));
-  if (file.number() < 0) failWith("cannot make a temporary file");
-  ::unlink(path.c_str());
+  if (file.number() >= 0) ::unlink(path.c_str());
+  if (file.number() < 0 && errno != EMFILE && errno != ENFILE) {
+    failWith(("cannot make a temporary file in " + directory.string()).c_str());
+  }
   return file;
 }
 
@@ -108,6 +114,7 @@ class Workers {
       if (SignalWatch::signal() != 0) endAll();
       while (goesOn && !workers_.empty() && workers_.front().process == 0) {
         goesOn = replay(workers_.front());
+        task_.reported(workers_.front().index);
         workers_.pop_front();
       }
       if (goesOn && workers_.empty() && SignalWatch::signal() != 0) {
@@ -147,14 +154,18 @@ bool Workers::begin() {
   Worker worker;
   worker.index = begun_;
   worker.records = temporaryFile();
+  if (worker.records.number() < 0) return false;
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return false;
   worker.lifeline = Descriptor(ends[0]);
   const Descriptor held(ends[1]);
   const pid_t process = ::fork();
   if (process < 0) return false;
-  // Nothing of the parent is to be undone or written by the worker, so it ends at once.
-  if (process == 0) ::_exit(work(task_, begun_, worker.records.number()));
+  if (process == 0) {
+    workers_.clear();  // their files, which are open here too
+    // Nothing of the parent is to be undone or written by the worker, so it ends at once.
+    ::_exit(work(task_, begun_, worker.records.number()));
+  }
   worker.process = process;
   workers_.push_back(std::move(worker));
   ++begun_;

@@ -18,6 +18,8 @@ struct WorkerTask {
   // Checks one input; false when nothing is to be read behind it. Runs in a process of its own.
   std::function<bool(std::size_t index, Report& report, std::ostream& err)> check;
   std::function<std::string(std::size_t index)> nameOf;
+  // Told here, once everything of an input was reported.
+  std::function<void(std::size_t index)> reported;
 };
 
 // Checks the inputs in up to `jobs` processes side by side. Report and complaints are as if they

@@ -18,8 +18,10 @@ SignalWatch::SignalWatch() {
   endingSignal = 0;
   struct sigaction action {};
   action.sa_handler = noteSignal;
-  for (std::size_t i = 0; i < std::size(kSignals); ++i)
-    sigaction(kSignals[i], &action, &before_[i]);
+  for (std::size_t i = 0; i < std::size(kSignals); ++i) {
+    sigaction(kSignals[i], nullptr, &before_[i]);
+    if (before_[i].sa_handler != SIG_IGN) sigaction(kSignals[i], &action, nullptr);
+  }
 }
 
 SignalWatch::~SignalWatch() {

@@ -6,7 +6,7 @@
 namespace qv::check {
 
 // Lets a run that is interrupted close its report, as long as it lives. A read that waits ends when
-// the signal comes.
+// the signal comes. Signals that the caller has ignored, as nohup and shells do, stay ignored.
 class SignalWatch {
  public:
   SignalWatch();
@@ -21,7 +21,7 @@ class SignalWatch {
   static bool waitFor(int descriptor);
 
  private:
-  static constexpr int kSignals[] = {SIGINT, SIGTERM};
+  static constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
   struct sigaction before_[std::size(kSignals)]{};
 };
 

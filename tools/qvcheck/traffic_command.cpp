@@ -49,26 +49,6 @@ bool readInput(const TrafficOptions& options, CaptureInput& input, Report& repor
   return goesOn && !interrupted;
 }
 
-void readInputs(const TrafficOptions& options, Report& report, OutputFiles& outputs,
-                Progress* progress, std::ostream& err) {
-  const auto inputs = CaptureInput::all(options);
-  std::size_t number = 1;
-  for (const auto& input : inputs) number += input->number(number);
-  if (options.jobs > 1 && inputs.size() > 1) {
-    const WorkerTask task = {inputs.size(), options.limits.rules, options.report.failOn,
-                             [&](std::size_t index, Report& part, std::ostream& complaints) {
-                               return readInput(options, *inputs[index], part, nullptr, nullptr,
-                                                complaints);
-                             },
-                             [&](std::size_t index) { return inputs[index]->name(); }};
-    runInWorkers(task, options.jobs, report, err);
-    return;
-  }
-  for (const auto& input : inputs) {
-    if (!readInput(options, *input, report, &outputs, progress, err)) return;
-  }
-}
-
 // Of all files together; null where one is no regular file.
 std::optional<std::uint64_t> sizeOf(const std::vector<std::string>& files) {
   std::uint64_t size = 0;
@@ -79,6 +59,32 @@ std::optional<std::uint64_t> sizeOf(const std::vector<std::string>& files) {
     size += one;
   }
   return size;
+}
+
+void readInputs(const TrafficOptions& options, Report& report, OutputFiles& outputs,
+                Progress* progress, std::ostream& err) {
+  const auto inputs = CaptureInput::all(options);
+  std::size_t number = 1;
+  for (const auto& input : inputs) number += input->number(number);
+  if (options.jobs > 1 && inputs.size() > 1) {
+    const WorkerTask task = {inputs.size(),
+                             options.limits.rules,
+                             options.report.failOn,
+                             [&](std::size_t index, Report& part, std::ostream& complaints) {
+                               return readInput(options, *inputs[index], part, nullptr, nullptr,
+                                                complaints);
+                             },
+                             [&](std::size_t index) { return inputs[index]->name(); },
+                             [&](std::size_t index) {
+                               const auto size = sizeOf({inputs[index]->name()});
+                               if (progress != nullptr) progress->read(size.value_or(0));
+                             }};
+    runInWorkers(task, options.jobs, report, err);
+    return;
+  }
+  for (const auto& input : inputs) {
+    if (!readInput(options, *input, report, &outputs, progress, err)) return;
+  }
 }
 
 RunRecord runRecord(const TrafficOptions& options) {
