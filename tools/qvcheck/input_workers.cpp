@@ -18,6 +18,7 @@
 
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/record_stream.h"
+#include "tools/qvcheck/renumbering_sink.h"
 #include "tools/qvcheck/signal_watch.h"
 
 namespace qv::check {

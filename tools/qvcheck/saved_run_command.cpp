@@ -8,7 +8,7 @@
 #include "capture/byte_source.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/output_files.h"
-#include "tools/qvcheck/record_stream.h"
+#include "tools/qvcheck/renumbering_sink.h"
 #include "tools/qvcheck/saved_run_reader.h"
 #include "tools/qvcheck/signal_watch.h"
 
