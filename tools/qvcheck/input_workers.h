@@ -19,7 +19,7 @@ struct WorkerTask {
   std::function<bool(std::size_t index, Report& report, std::ostream& err)> check;
   std::function<std::string(std::size_t index)> nameOf;
   // Told here, once everything of an input was reported.
-  std::function<void(std::size_t index)> reported;
+  std::function<void(std::size_t index)> reported = [](std::size_t) {};
 };
 
 // Checks the inputs in up to `jobs` processes side by side. Report and complaints are as if they
