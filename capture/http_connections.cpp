@@ -239,6 +239,7 @@ void HTTPConnections::close(const TCPEvent& event) {
     std::array<bool, 2> ended{};
     ended[static_cast<std::size_t>(connection.directionOf(true))] = event.firstEnded;
     ended[static_cast<std::size_t>(connection.directionOf(false))] = event.secondEnded;
+    if (event.givenUp) connection.conversation->giveUp();
     connection.conversation->finish(ended);
     noteLate(connection, true, event.firstLate);
     noteLate(connection, false, event.secondLate);

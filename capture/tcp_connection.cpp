@@ -286,7 +286,7 @@ void TCPConnection::giveUpHole(unsigned side, std::int64_t time, const CapturePl
   if (stage_ == Stage::open) endIfDone(place, time, shared);
 }
 
-void TCPConnection::close(const CapturePlace& place, TCPReassembly& shared) {
+void TCPConnection::close(const CapturePlace& place, TCPReassembly& shared, bool givenUp) {
   settle(shared);
   if (stage_ == Stage::closed) return;
   const std::array<bool, 2> ended = {streams_[0].complete(), streams_[1].complete()};
@@ -297,6 +297,7 @@ void TCPConnection::close(const CapturePlace& place, TCPReassembly& shared) {
                          .add(TCPEventKind::closed);
   closed.firstLate = streams_[firstSide_].late();
   closed.secondLate = streams_[1 - firstSide_].late();
+  closed.givenUp = givenUp;
   closed.firstEnded = ended[firstSide_];
   closed.secondEnded = ended[1 - firstSide_];
   stage_ = Stage::closed;

@@ -48,7 +48,7 @@ class TCPConnection {
   void add(const TCPSegment& segment, unsigned side, std::int64_t time, TCPReassembly& shared);
   // Begins to deliver with what there is.
   void settle(TCPReassembly& shared);
-  void close(const CapturePlace& place, TCPReassembly& shared);
+  void close(const CapturePlace& place, TCPReassembly& shared, bool givenUp = false);
 
   void giveUpHole(unsigned side, std::int64_t time, const CapturePlace& place,
                   TCPReassembly& shared);

@@ -107,7 +107,7 @@ class TCPConnections::Impl {
   // The connection that the segment belongs to, a new one if need be; null for a stray segment.
   Entry* entryFor(const TCPSegment& segment, const ConnectionKey& key);
   Entry* begin(const TCPSegment& segment, const ConnectionKey& key);
-  void close(Entry& entry);
+  void close(Entry& entry, bool givenUp = false);
   void giveUpQuietest();
   void forget(Entry& entry);
   // To be called after everything that a connection did.
@@ -201,8 +201,8 @@ Entry* TCPConnections::Impl::begin(const TCPSegment& segment, const ConnectionKe
   return last_ = &entry;
 }
 
-void TCPConnections::Impl::close(Entry& entry) {
-  entry.second.connection.close(place_, shared_);
+void TCPConnections::Impl::close(Entry& entry, bool givenUp) {
+  entry.second.connection.close(place_, shared_, givenUp);
   keepBooks(entry);
 }
 
@@ -213,8 +213,8 @@ void TCPConnections::Impl::giveUpQuietest() {
   if (connection.stage() != Stage::closed) {
     connection.output(0, place_, shared_).add(TCPEventKind::limited);
   }
-  close(entry);
-  // Not remembered: should it go on, it is followed again, under a new number.
+  close(entry, true);
+  // Not remembered, so that it can go on.
   forget(entry);
 }
 

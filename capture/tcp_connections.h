@@ -44,6 +44,8 @@ struct TCPEvent {
   // it was awaited any more. Never true because of a RST, or because the capture stops.
   bool firstEnded = false;
   bool secondEnded = false;
+  // closed: the limits brought it about; should it go on, it is followed again, under a new number.
+  bool givenUp = false;
   // closed: how many bytes of what they sent were captured after all, but after they were told as a
   // gap. Of each direction the last 16 gaps are remembered.
   std::uint64_t firstLate = 0;

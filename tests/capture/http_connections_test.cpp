@@ -22,7 +22,7 @@ std::string report(const qv::test::Case& input) {
   const HoldingLimits limits{limitIn(input, "held", defaults.bytes),
                              limitIn(input, "undecided", defaults.undecidedBytes),
                              limitIn(input, "without", defaults.bytesWithoutHTTP)};
-  TCPConnections tcp;
+  TCPConnections tcp({.connections = limitIn(input, "connections", 16384)});
   HTTPConnections http({}, {}, limits);
   std::string text;
   const auto drain = [&] {

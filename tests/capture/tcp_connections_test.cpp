@@ -26,6 +26,7 @@ std::string lineOf(const TCPEvent& event) {
   if (event.firstEnded || event.secondEnded) {
     text += fmt::format(" ended {}{}", event.firstEnded ? ">" : "", event.secondEnded ? "<" : "");
   }
+  if (event.givenUp) text += " given up";
   if (event.firstLate > 0) text += fmt::format(" late >{}", event.firstLate);
   if (event.secondLate > 0) text += fmt::format(" late <{}", event.secondLate);
   if (event.length > 0) {
