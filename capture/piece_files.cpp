@@ -52,32 +52,24 @@ bool naturallyLess(std::string_view left, std::string_view right) {
   return wholeLeft < wholeRight;
 }
 
-std::string_view lastNumberIn(std::string_view text) {
-  const std::size_t last = text.find_last_of(kDigits);
-  if (last == std::string_view::npos) return {};
-  const std::size_t before = text.find_last_not_of(kDigits, last);
-  const std::size_t first = before == std::string_view::npos ? 0 : before + 1;
-  return text.substr(first, last + 1 - first);
-}
-
 struct Name {
   explicit Name(std::string name) : whole(std::move(name)) {
     std::string_view text = whole;
     if (text.ends_with(kCompressed)) text.remove_suffix(kCompressed.size());
     const std::size_t dot = std::min(text.rfind('.'), text.size());
+    stem = text.substr(0, dot);
     extension = text.substr(dot);
-    number = lastNumberIn(text.substr(0, dot));
-    if (number.empty()) number = lastNumberIn(text.substr(dot));
   }
+  // What stands before the extension decides first, so that "run" is before "run-1".
   bool operator<(const Name& other) const {
-    if (number.empty() != other.number.empty()) return number.empty();
-    const int order = compareNumbers(number, other.number);
-    return order != 0 ? order < 0 : naturallyLess(whole, other.whole);
+    if (stem != other.stem) return naturallyLess(stem, other.stem);
+    if (extension != other.extension) return naturallyLess(extension, other.extension);
+    return whole < other.whole;
   }
 
   std::string whole;
+  std::string stem;
   std::string extension;
-  std::string number;  // empty for none
 };
 
 }  // namespace

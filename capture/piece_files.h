@@ -12,7 +12,7 @@
 
 namespace qv::capture {
 
-// The files of a directory that are pieces of a capture, each list in the order of their numbers.
+// The files of a directory that are pieces of a capture, each list in the order of their names.
 // Where there are requests or responses, the others are no pieces.
 struct PieceFiles {
   std::vector<std::string> requests;   // NAME.req, and NAME.req.gz
@@ -20,10 +20,10 @@ struct PieceFiles {
   std::vector<std::string> others;
 };
 
-// Hidden files, directories and what is no file are left out. The number of a piece is the last one
-// in its name before the extension, or in the extension; a piece without a number comes first, and
-// among equal numbers the names decide, with their numbers in natural order: run.pcap, run.pcap1,
-// run.pcap2, run.pcap10. Null, with a text, when the directory cannot be read or holds no file.
+// Hidden files, directories and what is no file are left out. Names are in natural order, their
+// runs of digits compared as numbers: log-2026-11-30, log-2026-12-01; what stands before the
+// extension decides first: run.pcap, run.pcap1, run.pcap10, run-1.pcap. Null, with a text, when the
+// directory cannot be read or holds no file.
 QV_EXPORT std::optional<PieceFiles> piecesIn(const std::string& directory,
                                              ErrorSlot errorDescription = nullptr);
 
