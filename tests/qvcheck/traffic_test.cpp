@@ -1,6 +1,7 @@
-// Each folder under tests/captures/traffic is a case: two streams in readable form, and beside them
-// the whole report in both forms. scripts/renew-expectations writes the reports anew, on purpose,
-// so that a change of them is a difference to review.
+// Each folder under tests/captures/traffic is a case: two streams in readable form, or the file
+// `input` of another form, and beside them the whole report in both forms.
+// scripts/renew-expectations writes the reports anew, on purpose, so that a change of them is a
+// difference to review.
 
 #include <gtest/gtest.h>
 
@@ -29,7 +30,7 @@ struct Folder {
     {"clean", 0},      {"field-faults", 1}, {"response-rules", 1}, {"not-judged", 3},
     {"damaged", 3},    {"stray-bytes", 3},  {"nothing", 5},        {"framing", 1},
     {"json-clean", 0}, {"json-faults", 1},  {"json-keys", 0},      {"swapped", 3},
-    {"unanswered", 0},
+    {"unanswered", 0}, {"archive", 3},      {"records", 3},
 };
 
 class Traffic : public testing::TestWithParam<Folder> {};
@@ -37,11 +38,16 @@ class Traffic : public testing::TestWithParam<Folder> {};
 TEST_P(Traffic, reportsAsExpected) {
   const std::string source = kCases + "/" + GetParam().name;
   const TemporaryFolder folder;
-  const std::vector<std::string> inputs = {
-      "--profile",  folder.write("pairing.xml", bytesOf(contentOf(kCases + "/pairing.xml"))),
-      "--request",  folder.write("request", readableBytes(contentOf(source + "/request"))),
-      "--response", folder.write("response", readableBytes(contentOf(source + "/response"))),
-  };
+  std::vector<std::string> inputs = {
+      "--profile", folder.write("pairing.xml", bytesOf(contentOf(kCases + "/pairing.xml")))};
+  if (std::filesystem::exists(source + "/input")) {
+    inputs.push_back(folder.write("input", bytesOf(contentOf(source + "/input"))));
+  } else {
+    for (const std::string name : {"request", "response"}) {
+      inputs.push_back("--" + name);
+      inputs.push_back(folder.write(name, readableBytes(contentOf(source + "/" + name))));
+    }
+  }
   std::vector<std::string> arguments = {"traffic", "--output", "text", "--output",
                                         "ndjson=" + folder.path("run.ndjson")};
   arguments.insert(arguments.end(), inputs.begin(), inputs.end());

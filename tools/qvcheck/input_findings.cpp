@@ -84,6 +84,7 @@ struct LossKeeper {
       const capture::Completeness completeness = exchange.message()->completeness;
       losses.endsEarly = losses.endsEarly || completeness == capture::Completeness::headerCut ||
                          completeness == capture::Completeness::bodyCut;
+      if (completeness == capture::Completeness::bodyDamaged) ++losses.changedBodies;
     }
     mark(record);
   }
@@ -109,7 +110,7 @@ void noteLosses(const capture::CaptureEvent& event, CaptureInput& input) {
 std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity fidelity) {
   const InputLosses& losses = record.losses;
   std::vector<std::string> texts;
-  if (fidelity == capture::Fidelity::reconstructed) {
+  if (fidelity == capture::Fidelity::reconstructed || record.format == "har") {
     texts.emplace_back("header blocks are reconstructed");
   }
   if (losses.holdsNoEvents) texts.emplace_back("event notifications are not held");
@@ -118,6 +119,9 @@ std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity 
     texts.push_back(counted(losses.bytesMissing, "byte") + " missing");
   }
   if (losses.damagedParts > 0) texts.push_back(counted(losses.damagedParts, "damaged part"));
+  if (losses.changedBodies > 0) {
+    texts.push_back(counted(losses.changedBodies, "message") + " with a changed body");
+  }
   if (losses.bytesGivenUp) texts.emplace_back("bytes were given up to keep memory within bounds");
   if (losses.endsEarly) texts.emplace_back("it ends early");
   if (!record.complete && texts.empty()) texts.emplace_back("it was not read to its end");

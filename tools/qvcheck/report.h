@@ -51,6 +51,7 @@ struct InputLosses {
   std::size_t gaps = 0;
   std::size_t bytesMissing = 0;
   std::size_t damagedParts = 0;
+  std::size_t changedBodies = 0;
   bool endsEarly = false;
   bool bytesGivenUp = false;
   bool holdsNoEvents = false;
