@@ -39,7 +39,7 @@ def reported(*arguments):
             said.append([starts[record["message"]], record["time_ns"], record["verdict"], record["reason"],
                          record["error_description"], record["answers"]])
         elif record["type"] == "finding":
-            text = re.sub(r", (packet|line) \d+\)$", ")", record["text"])
+            text = re.sub(r", (noticed at packet|line) \d+\)$", ")", record["text"])
             said.append([starts.get(record["message"]), record["rule"], text, record["hint"]])
         elif record["type"] in ("gap", "connection"):
             said.append({key: value for key, value in record.items() if key != "input"})

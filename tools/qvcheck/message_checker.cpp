@@ -102,11 +102,13 @@ void MessageChecker::reportGap(const capture::Gap& gap, const capture::ExchangeR
                                const InputRecord& input) {
   report_.gap({connection_, nameOf(record.direction), gap.offset, gap.length});
   const bool toAccessory = record.direction == Direction::toAccessory;
+  // Packets have no place for what is missing: only later ones show that it does not come.
+  const std::string_view part = partName_ == "packet" ? "noticed at packet" : partName_;
   Finding finding = remark(
       "input.gap", Severity::warning,
       fmt::format("{} to the {} {} missing from the capture ({})", counted(gap.length, "byte"),
                   toAccessory ? "accessory" : "controller", gap.length == 1 ? "is" : "are",
-                  placeText(connection_, partName_, record.place.number)),
+                  placeText(connection_, part, record.place.number)),
       gap.offset, gap.length);
   reportFinding(std::move(finding), std::nullopt, input);
 }
