@@ -3,6 +3,7 @@
 the input itself, a pipe is reported as its messages arrive, and a signal ends a run in order.
 Arguments: the tool and the root of the sources."""
 import base64
+import gzip
 import json
 import os
 import pathlib
@@ -161,6 +162,36 @@ def check_few_descriptors():
     expect("reports of many inputs", reports[1:], [reports[0]] * 2)
 
 
+def check_saved_runs_of_pipes():
+    """A run is written again as it arrives, compressed or not, and beside others."""
+    run = subprocess.run([tool, "traffic", *profile_for("household"), "--output", "text", "--output",
+                          "ndjson=/dev/stderr", captures / "household.har"], capture_output=True, check=False)
+    report = [tool, "report"]
+    for data in (run.stderr, gzip.compress(run.stderr)):
+        again = subprocess.run([*report, "-"], input=data, capture_output=True, check=False)
+        expect("saved run of a pipe", [again.stdout, again.stderr, again.returncode], [run.stdout, b"", 1])
+    with tempfile.TemporaryFile() as file:
+        file.write(run.stderr)
+        file.seek(0)
+        again = subprocess.run([*report, "-"], stdin=file, capture_output=True, check=False)
+    expect("saved run as standard input", [again.stdout, again.stderr], [run.stdout, b""])
+    cut = subprocess.run([*report, "-"], input=gzip.compress(run.stderr)[:5000], capture_output=True, check=False)
+    expect("cut compressed run", [re.sub(rb"\d+", b"N", cut.stderr), cut.returncode],
+           [b"qvcheck: -: line N: the gzip data ends too early\n", 3])
+    lines = run.stderr.splitlines(keepends=True)
+    live = subprocess.Popen([*report, "--quiet", "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                            stderr=subprocess.PIPE)
+    first = next(number for number, line in enumerate(lines) if b'"type":"finding"' in line)
+    live.stdin.write(b"".join(lines[:first + 1]))
+    live.stdin.flush()
+    expect("finding while the run is written", live.stdout.readline(),
+           subprocess.run([tool, "traffic", *profile_for("household"), "--quiet", captures / "household.har"],
+                          capture_output=True, check=False).stdout.splitlines(keepends=True)[0])
+    live.send_signal(signal.SIGINT)
+    expect("exit of an interrupted report", live.wait(), 128 + signal.SIGINT)
+    expect("complaints of an interrupted report", live.stderr.read(), b"")
+
+
 def check_progress(*jobs):
     """Told on a terminal alone: a line that is rewritten and erased."""
     name = captures / "packets/household-clean.pcap"
@@ -203,6 +234,7 @@ check_conversions()
 check_directories()
 check_verbose()
 check_pipe()
+check_saved_runs_of_pipes()
 check_interruption_of_a_file()
 check_progress()
 check_progress("--jobs=2")

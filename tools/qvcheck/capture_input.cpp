@@ -11,6 +11,7 @@
 #include "capture/stream_pair_reader.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/input_findings.h"
+#include "tools/qvcheck/named_file.h"
 #include "tools/qvcheck/signal_watch.h"
 
 namespace qv::check {
@@ -26,23 +27,6 @@ void complain(std::ostream& err, const std::string& name, const std::string& tex
   if (SignalWatch::signal() != 0) return;
   err << "qvcheck: " << escaped(name) << ": " << escaped(text) << '\n';
 }
-
-// A pipe, a terminal or the like. A signal ends it like its end.
-class WaitingSource : public ByteSource {
- public:
-  WaitingSource(std::shared_ptr<capture::FileSource> file, std::function<void()> beforeWaiting)
-      : file_(std::move(file)), beforeWaiting_(std::move(beforeWaiting)) {}
-
-  std::size_t read(std::span<std::uint8_t> destination) override {
-    beforeWaiting_();
-    return SignalWatch::waitFor(file_->descriptor()) ? file_->read(destination) : 0;
-  }
-  std::optional<std::string> error() const override { return file_->error(); }
-
- private:
-  std::shared_ptr<capture::FileSource> file_;
-  std::function<void()> beforeWaiting_;
-};
 
 // Passes a source on, counts its bytes and keeps how it begins. Ends when a signal came.
 class ObservedSource : public ByteSource {
@@ -121,20 +105,13 @@ std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ost
         &record == &this->record(Direction::toAccessory) ? pieces->requests : pieces->responses;
     return sourceOf(record, std::move(ofDirection.empty() ? pieces->others : ofDirection));
   }
-  std::shared_ptr<capture::FileSource> file;
-  if (record.name == "-") {
-    file = capture::FileSource::standardInput();
-  } else {
-    std::optional<std::string> error;
-    file = capture::FileSource::open(record.name, &error);
-    if (file == nullptr) {
-      complain(err, record.name, textOrNull(error));
-      return nullptr;
-    }
+  std::optional<std::string> error;
+  auto file = openNamedFile(record.name, beforeWaiting_, &error);
+  if (file.bytes == nullptr) {
+    complain(err, record.name, textOrNull(error));
+    return nullptr;
   }
-  std::shared_ptr<ByteSource> bytes = file;
-  if (!file->size()) bytes = std::make_shared<WaitingSource>(file, beforeWaiting_);
-  auto source = std::make_shared<ObservedSource>(std::move(bytes), record, onRead_);
+  auto source = std::make_shared<ObservedSource>(std::move(file.bytes), record, onRead_);
   sources_.push_back(source);
   return source;
 }

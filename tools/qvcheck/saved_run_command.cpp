@@ -1,12 +1,15 @@
 #include "tools/qvcheck/saved_run_command.h"
 
 #include <algorithm>
+#include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <utility>
 
-#include "capture/byte_source.h"
+#include "capture/gzip_source.h"
 #include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/named_file.h"
 #include "tools/qvcheck/output_files.h"
 #include "tools/qvcheck/renumbering_sink.h"
 #include "tools/qvcheck/saved_run_reader.h"
@@ -20,20 +23,54 @@ void complain(std::ostream& err, const std::string& file, const std::string& tex
   err << "qvcheck: " << escaped(file) << ": " << escaped(text) << '\n';
 }
 
-std::unique_ptr<SavedRunReader> openRun(const std::string& file, std::string& error) {
-  std::optional<std::string> why;
-  auto source = capture::FileSource::open(file, &why);
-  if (source != nullptr) return std::make_unique<SavedRunReader>(std::move(source));
-  error = textOrNull(why);
-  return nullptr;
-}
-
 // How a run began.
 class RunCatcher : public ReportSink {
  public:
   void run(const RunRecord& record) override { caught = record; }
 
   std::optional<RunRecord> caught;
+};
+
+// The files of saved runs, in their order. How each began is wanted before any is read through, so
+// files are opened twice; those that can be opened once stay open.
+class RunFiles {
+ public:
+  struct Opened {
+    std::unique_ptr<SavedRunReader> reader;  // null when it cannot be opened
+    std::optional<RunRecord> run;            // that the reader handed on already
+    std::string error;
+  };
+
+  // To be called whenever a read may have to wait.
+  std::function<void()> beforeWaiting = [] {};
+
+  std::optional<RunRecord> beginningOf(const std::string& file) {
+    bool opensOnce = false;
+    Opened opened = openFile(file, opensOnce);
+    RunCatcher first;
+    if (opened.reader != nullptr && opened.reader->next(first)) opened.run = first.caught;
+    std::optional<RunRecord> run = opened.run;
+    if (opensOnce) kept_.emplace(file, std::move(opened));
+    return run;
+  }
+  Opened open(const std::string& file) {
+    bool opensOnce = false;
+    auto kept = kept_.extract(file);
+    return kept ? std::move(kept.mapped()) : openFile(file, opensOnce);
+  }
+
+ private:
+  Opened openFile(const std::string& name, bool& opensOnce) {
+    std::optional<std::string> error;
+    NamedFile file = openNamedFile(
+        name, [this] { beforeWaiting(); }, &error);
+    opensOnce = file.opensOnce;
+    if (file.bytes == nullptr) return {nullptr, std::nullopt, textOrNull(error)};
+    auto bytes = capture::inflatedWhereCompressed(std::move(file.bytes));
+    return {std::make_unique<SavedRunReader>(std::move(bytes)), std::nullopt, ""};
+  }
+
+  std::map<std::string, Opened> kept_;
 };
 
 // What all runs were asked for: every option with each of its values once.
@@ -147,10 +184,11 @@ class Merger {
   Merger(Report& whole, std::ostream& err, bool judging)
       : whole_(whole), err_(err), total_(judging) {}
 
-  void add(const std::string& file) {
-    std::string error;
-    const auto reader = openRun(file, error);
+  void add(const std::string& file, RunFiles::Opened opened) {
+    const auto& reader = opened.reader;
+    std::string& error = opened.error;
     SavedRun saved(whole_, inputs_, profiles_);
+    if (opened.run) saved.run(*opened.run);
     if (reader != nullptr) {
       while (SignalWatch::signal() == 0 && reader->next(saved)) {
       }
@@ -160,7 +198,7 @@ class Merger {
     if (const auto account = saved.account()) total_.add(*account);
     const bool isWhole = reader != nullptr && reader->isWhole();
     if (!isWhole) total_.noteLoss(SignalWatch::signal() == 0);
-    if (!error.empty()) complain(err_, file, error);
+    if (!error.empty() && SignalWatch::signal() == 0) complain(err_, file, error);
   }
 
   int finish() {
@@ -181,22 +219,21 @@ class Merger {
 
 int runReport(const SavedRunOptions& options, std::ostream& out, std::ostream& err,
               bool outIsTerminal) {
-  // The options of all runs stand in the first record, so every file is begun twice.
+  // The options of all runs stand in the first record.
+  RunFiles files;
   MergedRun merged;
   for (const std::string& file : options.files) {
-    std::string error;
-    RunCatcher first;
-    const auto reader = openRun(file, error);
-    if (reader != nullptr && reader->next(first) && first.caught) merged.add(*first.caught);
+    if (const auto begun = files.beginningOf(file)) merged.add(*begun);
   }
   const auto run = merged.record();
-  const auto merge = [&](Report& whole, OutputFiles&) {
+  const auto merge = [&](Report& whole, OutputFiles& outputs) {
     const SignalWatch watch;
+    files.beforeWaiting = [&outputs] { outputs.flush(); };
     whole.setLimits({{}, SIZE_MAX});
     if (run) whole.run(*run);
     Merger merger(whole, err, merged.judging());
     for (const std::string& file : options.files) {
-      if (SignalWatch::signal() == 0) merger.add(file);
+      if (SignalWatch::signal() == 0) merger.add(file, files.open(file));
     }
     return merger.finish();
   };

@@ -1,6 +1,7 @@
 #include "tools/qvcheck/saved_run_options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "tools/qvcheck/command_family.h"
 
@@ -15,14 +16,17 @@ constexpr const char* kExamples =
     "\n"
     "Examples:\n"
     "  qvcheck report run.ndjson\n"
-    "  qvcheck report --output ndjson -o all.ndjson runs/*.ndjson";
+    "  qvcheck report --output ndjson -o all.ndjson runs/*.ndjson\n"
+    "  qvcheck traffic ... --output ndjson - | tee run.ndjson | qvcheck report -";
 
 class ReportFamily : public CommandFamily {
  public:
   void declare(CLI::App& app) override {
     command_ = app.add_subcommand("report", "Write saved runs (--output ndjson) as a report again");
     command_->footer(kExamples);
-    command_->add_option("RUN", options_.files, "Runs that were saved as NDJSON")
+    command_
+        ->add_option("RUN", options_.files,
+                     "Runs that were saved as NDJSON, gzipped or not; - is standard input")
         ->type_name("")
         ->required();
     command_->add_option("-o", file_, "Write the report there")->type_name("FILE");
@@ -31,6 +35,9 @@ class ReportFamily : public CommandFamily {
 
   std::optional<Command> command() override {
     if (!command_->parsed()) return std::nullopt;
+    if (std::ranges::count(options_.files, "-") > 1) {
+      return usageError("standard input (-) is given more than once");
+    }
     if (const auto wrong = report_.read(options_.files, options_.report)) return usageError(*wrong);
     if (file_.empty()) return options_;
     OutputChoice& output = options_.report.outputs.front();

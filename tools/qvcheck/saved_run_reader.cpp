@@ -20,10 +20,11 @@ SavedRunReader::SavedRunReader(std::shared_ptr<capture::ByteSource> source)
 bool SavedRunReader::next(ReportSink& sink) {
   if (error_ || isWhole_) return false;
   const auto line = lines_.next();
-  if (line) {
+  const auto unread = lines_.source().error();
+  if (line && (line->ended || !unread)) {
     line_ = line->number;
     take(*line, sink);
-  } else if (const auto unread = lines_.source().error()) {
+  } else if (unread) {
     error_ = fmt::format("line {}: {}", line_ + 1, *unread);
   } else {
     error_ = fmt::format("line {}: the run ends without its summary", line_ + 1);
