@@ -71,6 +71,24 @@ TEST_P(ChangedRuns, areReadOrRefused) {
 
 INSTANTIATE_TEST_SUITE_P(Changes, ChangedRuns, testing::ValuesIn(kChanges));
 
+// As a shell or a cluster joins the reports of many runs.
+TEST(SavedRuns, areReadOneBehindTheOther) {
+  const TemporaryFolder folder;
+  const std::string cases = QV_SOURCE_DIR "/tests/captures/traffic/";
+  const std::string clean = cases + "clean/expected.ndjson";
+  const std::string joined =
+      folder.write("joined", bytesOf(contentOf(clean) + contentOf(kSaved) + contentOf(kSaved)));
+  const Outcome apart = runTool({"report", clean, kSaved, kSaved, "--output", "ndjson"});
+  const Outcome together = runTool({"report", joined, "--output", "ndjson"});
+  EXPECT_EQ(together.out, apart.out);
+  EXPECT_EQ(together.exit, 1);
+  const std::string spoilt = folder.write("spoilt", bytesOf(contentOf(clean) + "{}\n"));
+  const Outcome outcome = runTool({"report", spoilt, "--output", "ndjson"});
+  EXPECT_EQ(outcome.exit, 3);
+  EXPECT_EQ(outcome.err,
+            "qvcheck: " + spoilt + ": line 9: a saved run begins with its run record\n");
+}
+
 TEST(SavedRuns, areMergedByThePrecedenceOfTheirOutcomes) {
   const TemporaryFolder folder;
   const std::string cases = QV_SOURCE_DIR "/tests/captures/traffic/";

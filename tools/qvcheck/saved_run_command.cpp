@@ -31,8 +31,8 @@ class RunCatcher : public ReportSink {
   std::optional<RunRecord> caught;
 };
 
-// The files of saved runs, in their order. How each began is wanted before any is read through, so
-// files are opened twice; those that can be opened once stay open.
+// The files of saved runs, in their order. How each run began is wanted before any is read through,
+// so files are read twice; of those that can be opened once, which stay open, it is the first run.
 class RunFiles {
  public:
   struct Opened {
@@ -44,30 +44,31 @@ class RunFiles {
   // To be called whenever a read may have to wait.
   std::function<void()> beforeWaiting = [] {};
 
-  std::optional<RunRecord> beginningOf(const std::string& file) {
-    bool opensOnce = false;
-    Opened opened = openFile(file, opensOnce);
+  std::vector<RunRecord> beginningsOf(const std::string& name) {
+    std::optional<std::string> error;
+    NamedFile file = openFile(name, &error);
+    if (file.bytes == nullptr) return {};
+    if (!file.opensOnce) return runRecordsOf(std::move(file.bytes));
+    Opened opened = {std::make_unique<SavedRunReader>(std::move(file.bytes)), std::nullopt, ""};
     RunCatcher first;
-    if (opened.reader != nullptr && opened.reader->next(first)) opened.run = first.caught;
-    std::optional<RunRecord> run = opened.run;
-    if (opensOnce) kept_.emplace(file, std::move(opened));
-    return run;
+    if (opened.reader->next(first)) opened.run = first.caught;
+    kept_.emplace(name, std::move(opened));
+    return first.caught ? std::vector{*first.caught} : std::vector<RunRecord>();
   }
-  Opened open(const std::string& file) {
-    bool opensOnce = false;
-    auto kept = kept_.extract(file);
-    return kept ? std::move(kept.mapped()) : openFile(file, opensOnce);
+  Opened open(const std::string& name) {
+    if (auto kept = kept_.extract(name)) return std::move(kept.mapped());
+    std::optional<std::string> error;
+    NamedFile file = openFile(name, &error);
+    if (file.bytes == nullptr) return {nullptr, std::nullopt, textOrNull(error)};
+    return {std::make_unique<SavedRunReader>(std::move(file.bytes)), std::nullopt, ""};
   }
 
  private:
-  Opened openFile(const std::string& name, bool& opensOnce) {
-    std::optional<std::string> error;
+  NamedFile openFile(const std::string& name, ErrorSlot errorDescription) {
     NamedFile file = openNamedFile(
-        name, [this] { beforeWaiting(); }, &error);
-    opensOnce = file.opensOnce;
-    if (file.bytes == nullptr) return {nullptr, std::nullopt, textOrNull(error)};
-    auto bytes = capture::inflatedWhereCompressed(std::move(file.bytes));
-    return {std::make_unique<SavedRunReader>(std::move(bytes)), std::nullopt, ""};
+        name, [this] { beforeWaiting(); }, errorDescription);
+    if (file.bytes != nullptr) file.bytes = capture::inflatedWhereCompressed(std::move(file.bytes));
+    return file;
   }
 
   std::map<std::string, Opened> kept_;
@@ -186,19 +187,15 @@ class Merger {
 
   void add(const std::string& file, RunFiles::Opened opened) {
     const auto& reader = opened.reader;
-    std::string& error = opened.error;
-    SavedRun saved(whole_, inputs_, profiles_);
-    if (opened.run) saved.run(*opened.run);
     if (reader != nullptr) {
-      while (SignalWatch::signal() == 0 && reader->next(saved)) {
-      }
-      error = reader->error().value_or("");
+      do {
+        addRun(*reader, std::exchange(opened.run, std::nullopt));
+      } while (reader->goOn());
+      opened.error = reader->error().value_or("");
     }
-    inputs_ += saved.inputs();
-    if (const auto account = saved.account()) total_.add(*account);
-    const bool isWhole = reader != nullptr && reader->isWhole();
+    const bool isWhole = opened.error.empty() && reader != nullptr && reader->isWhole();
     if (!isWhole) total_.noteLoss(SignalWatch::signal() == 0);
-    if (!error.empty() && SignalWatch::signal() == 0) complain(err_, file, error);
+    if (!opened.error.empty() && SignalWatch::signal() == 0) complain(err_, file, opened.error);
   }
 
   int finish() {
@@ -208,6 +205,15 @@ class Merger {
   }
 
  private:
+  void addRun(SavedRunReader& reader, const std::optional<RunRecord>& begun) {
+    SavedRun saved(whole_, inputs_, profiles_);
+    if (begun) saved.run(*begun);
+    while (SignalWatch::signal() == 0 && reader.next(saved)) {
+    }
+    inputs_ += saved.inputs();
+    if (const auto account = saved.account()) total_.add(*account);
+  }
+
   Report& whole_;
   std::ostream& err_;
   std::size_t inputs_ = 0;
@@ -223,7 +229,7 @@ int runReport(const SavedRunOptions& options, std::ostream& out, std::ostream& e
   RunFiles files;
   MergedRun merged;
   for (const std::string& file : options.files) {
-    if (const auto begun = files.beginningOf(file)) merged.add(*begun);
+    for (const RunRecord& begun : files.beginningsOf(file)) merged.add(begun);
   }
   const auto run = merged.record();
   const auto merge = [&](Report& whole, OutputFiles& outputs) {

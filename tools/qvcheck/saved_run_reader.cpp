@@ -19,7 +19,7 @@ SavedRunReader::SavedRunReader(std::shared_ptr<capture::ByteSource> source)
 
 bool SavedRunReader::next(ReportSink& sink) {
   if (error_ || isWhole_) return false;
-  const auto line = lines_.next();
+  const auto line = following_ ? std::exchange(following_, std::nullopt) : lines_.next();
   const auto unread = lines_.source().error();
   if (line && (line->ended || !unread)) {
     line_ = line->number;
@@ -33,6 +33,21 @@ bool SavedRunReader::next(ReportSink& sink) {
   return !error_;
 }
 
+bool SavedRunReader::goOn() {
+  if (error_ || !isWhole_) return false;
+  following_ = lines_.next();
+  if (!following_) {
+    if (const auto unread = lines_.source().error()) {
+      error_ = fmt::format("line {}: {}", line_ + 1, *unread);
+    }
+    return false;
+  }
+  atBeginning_ = true;
+  isWhole_ = false;
+  mostFindings_ = 0;
+  return true;
+}
+
 void SavedRunReader::take(const capture::InputLine& line, ReportSink& sink) {
   const auto refuse = [&](std::string_view what) {
     error_ = fmt::format("line {}: {}", line.number, what);
@@ -40,10 +55,10 @@ void SavedRunReader::take(const capture::InputLine& line, ReportSink& sink) {
   if (line.tooLong) return refuse("it is too long for a record");
   const SavedLine saved(line.bytes);
   if (!saved.isObject()) return refuse("this is no JSON object");
-  if ((line.number == 1) != (saved.type() == "run")) {
-    return refuse(line.number == 1 ? "a saved run begins with its run record"
-                                   : "another run begins");
+  if (atBeginning_ != (saved.type() == "run")) {
+    return refuse(atBeginning_ ? "a saved run begins with its run record" : "another run begins");
   }
+  atBeginning_ = false;
   std::optional<std::string> wrong;
   std::optional<SavedRecord> record = saved.record(&wrong);
   if (!record) return refuse(*wrong);
@@ -75,6 +90,18 @@ void SavedRunReader::handOn(Summary& summary, ReportSink& sink) {
   summary.mostFindings = mostFindings_;
   sink.summary(summary);
   isWhole_ = true;
+}
+
+std::vector<RunRecord> runRecordsOf(std::shared_ptr<capture::ByteSource> source) {
+  std::vector<RunRecord> runs;
+  capture::LineReader lines(std::move(source), kLongestLine);
+  while (const auto line = lines.next()) {
+    // Few others are read.
+    if (textOf(line->bytes).find(R"("run")") == std::string_view::npos) continue;
+    const auto record = SavedLine(line->bytes).record(nullptr);
+    if (const auto* run = record ? std::get_if<RunRecord>(&*record) : nullptr) runs.push_back(*run);
+  }
+  return runs;
 }
 
 }  // namespace qv::check
