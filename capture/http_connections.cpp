@@ -210,8 +210,7 @@ void HTTPConnections::decide(Connection& connection, bool firstIsAccessory) {
       [this](ExchangeRecord record) { ready_.emplace_back(std::move(record)); });
   if (undecided == nullptr) return;
   if (undecided->lostBeginning) {
-    ready_.emplace_back(
-        InputNote{InputNoteKind::reassemblyLimit, kGivenUpText, 0, 0, connection.number, {}, {}});
+    noteInput(InputNoteKind::reassemblyLimit, kGivenUpText, connection.number);
   }
   for (const Piece& piece : undecided->pieces) pass(connection, piece, piece.bytes);
 }
@@ -283,8 +282,9 @@ void HTTPConnections::finish() {
   if (port_) leftOut(otherPorts_, fmt::format("on other ports than {}", *port_));
 }
 
-void HTTPConnections::noteInput(InputNoteKind kind, std::string text) {
-  ready_.emplace_back(InputNote{kind, std::move(text), 0, 0, {}, {}, {}});
+void HTTPConnections::noteInput(InputNoteKind kind, std::string text,
+                                std::optional<std::uint64_t> connection) {
+  ready_.emplace_back(InputNote{kind, std::move(text), 0, 0, connection, {}, {}});
 }
 
 void HTTPConnections::keepSum(Connection& connection) {
@@ -322,14 +322,13 @@ void HTTPConnections::giveUp(Connection& connection) {
     HTTPConversation& conversation = *connection.conversation;
     conversation.trim();
     if (conversation.heldBytes() > 0) {
-      ready_.emplace_back(
-          InputNote{InputNoteKind::unfinishedGivenUp,
-                    "what was unfinished on a connection was given up to keep memory within bounds",
-                    0,
-                    0,
-                    connection.number,
-                    {},
-                    {}});
+      const Endpoint& client = connection.firstIsAccessory ? connection.second : connection.first;
+      noteInput(
+          InputNoteKind::unfinishedGivenUp,
+          fmt::format("what was unfinished on the connection of {} was given up to keep memory "
+                      "within bounds",
+                      client.text()),
+          connection.number);
       conversation.giveUp();
     }
   }

@@ -69,7 +69,8 @@ class QV_EXPORT HTTPConnections {
   void note(Connection& connection, const TCPEvent& event, InputNoteKind kind, std::string text);
   void close(const TCPEvent& event);
   void noteLate(const Connection& connection, bool fromFirst, std::uint64_t bytes);
-  void noteInput(InputNoteKind kind, std::string text);
+  void noteInput(InputNoteKind kind, std::string text,
+                 std::optional<std::uint64_t> connection = std::nullopt);
   // To be called after everything that a connection did.
   void keepBooks(Connection& connection);
   void keepSum(Connection& connection);
