@@ -11,6 +11,7 @@
 #include "capture/har_body.h"
 #include "capture/har_url.h"
 #include "capture/iso_time.h"
+#include "capture/recorded_message.h"
 #include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/common/number.h"
 #include "qvparsersupport/common/value.h"
@@ -131,12 +132,11 @@ class MessageBuilder {
   AnnouncedBody announced_;
 };
 
-FramedMessage messageAt(std::uint64_t offset, std::size_t length, Direction direction) {
+FramedMessage messageAt(std::uint64_t offset, std::uint64_t length, Direction direction) {
   FramedMessage message;
   message.direction = direction;
   message.isRecord = true;
-  message.beginOffset = message.headerOffset = message.bodyOffset = offset;
-  message.endOffset = offset + length;
+  placeAt(message, offset, length);
   return message;
 }
 
@@ -191,10 +191,9 @@ std::optional<int> statusOf(const Value& response, ErrorSlot errorDescription) {
 }
 
 bool readResponse(const Value& entry, HAREntry& result, ErrorSlot errorDescription) {
-  FramedMessage message =
-      messageAt(result.request.beginOffset,
-                static_cast<std::size_t>(result.request.endOffset - result.request.beginOffset),
-                Direction::toController);
+  const FramedMessage& request = result.request;
+  FramedMessage message = messageAt(request.beginOffset, request.endOffset - request.beginOffset,
+                                    Direction::toController);
   MessageBuilder builder(entry, "response", message);
   const Value& response = builder.object();
   const std::optional<int> status = statusOf(response, errorDescription);
@@ -208,7 +207,7 @@ bool readResponse(const Value& entry, HAREntry& result, ErrorSlot errorDescripti
   builder.addLine(version(response), " ", fmt::format("{}", *status), " ", reason);
   if (!builder.addFields(errorDescription)) return false;
 
-  const bool answersHead = textOf(result.request.header).starts_with("HEAD ");
+  const bool answersHead = textOf(request.header).starts_with("HEAD ");
   if (!answersHead && *status != 304) {
     Value content;
     RecordedBody recorded = recordedUnder(response, "content", content);

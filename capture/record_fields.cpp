@@ -10,6 +10,7 @@ namespace qv::capture {
 namespace {
 
 constexpr std::size_t kLongestName = 256;
+constexpr std::size_t kLongestText = 1024;
 
 template <class Integer>
 std::optional<Integer> integerOf(const Value& value) {

@@ -17,13 +17,11 @@
 // one whose value is of the wrong kind sets the error, of which the first one counts.
 namespace qv::capture {
 
-// Longer texts are cut.
-inline constexpr std::size_t kLongestText = 1024;
-
 class RecordFields {
  public:
   explicit RecordFields(Value record) : record_(std::move(record)) {}
 
+  // Cut where it is longer than 1,024 bytes.
   std::optional<std::string> text(std::string_view key);
   std::optional<std::uint64_t> count(std::string_view key);
   // An integer, or its decimal digits as a string.

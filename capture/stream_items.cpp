@@ -18,7 +18,6 @@ std::optional<StreamItem> ByteStreamItems::next() {
     if (std::optional<StreamItem> item = framer_.next()) return item;
     if (ended_) return std::nullopt;
     const std::size_t count = source_->read(piece_);
-    bytesRead_ += count;
     framer_.feed(ByteView(piece_).first(count));
     if (count == 0) {
       ended_ = true;

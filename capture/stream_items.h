@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -20,14 +19,11 @@ class QV_EXPORT ByteStreamItems {
   std::optional<StreamItem> next();
 
   const ByteSource& source() const { return *source_; }
-  std::uint64_t bytesRead() const { return bytesRead_; }
-  std::size_t bufferedBytes() const { return framer_.bufferedBytes() + piece_.size(); }
 
  private:
   std::shared_ptr<ByteSource> source_;
   HTTPFramer framer_;
   std::vector<std::uint8_t> piece_;
-  std::uint64_t bytesRead_ = 0;
   bool ended_ = false;
 };
 
