@@ -30,7 +30,7 @@ struct Folder {
     {"clean", 0},      {"field-faults", 1}, {"response-rules", 1}, {"not-judged", 3},
     {"damaged", 3},    {"stray-bytes", 3},  {"nothing", 5},        {"framing", 1},
     {"json-clean", 0}, {"json-faults", 1},  {"json-keys", 0},      {"swapped", 3},
-    {"unanswered", 0}, {"archive", 3},      {"records", 3},
+    {"unanswered", 0}, {"archive", 3},      {"records", 3},        {"one-direction", 1},
 };
 
 class Traffic : public testing::TestWithParam<Folder> {};

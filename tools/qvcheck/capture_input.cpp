@@ -240,7 +240,7 @@ const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostrea
       complain(err, record.name, *error);
       record.complete = false;
     }
-    record.lost = lossTexts(record, reader_->fidelity());
+    record.lost = lossTexts(record, reader_->fidelity(), records_.size() == 1);
   }
   // A run of many inputs is not to keep them all open.
   reader_.reset();

@@ -85,6 +85,8 @@ struct LossKeeper {
       losses.endsEarly = losses.endsEarly || completeness == capture::Completeness::headerCut ||
                          completeness == capture::Completeness::bodyCut;
       if (completeness == capture::Completeness::bodyDamaged) ++losses.changedBodies;
+      const bool isRequest = exchange.direction == capture::Direction::toAccessory;
+      (isRequest ? losses.holdsRequests : losses.holdsResponses) = true;
     }
     mark(record);
   }
@@ -107,9 +109,15 @@ void noteLosses(const capture::CaptureEvent& event, CaptureInput& input) {
   std::visit(LossKeeper{input}, event);
 }
 
-std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity fidelity) {
+std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity fidelity,
+                                   bool isAlone) {
   const InputLosses& losses = record.losses;
   std::vector<std::string> texts;
+  if (isAlone && record.format == "http" && losses.holdsRequests != losses.holdsResponses) {
+    texts.push_back(
+        fmt::format("it is one direction, the {} are not held (--request and --response read both)",
+                    losses.holdsRequests ? "responses" : "requests"));
+  }
   if (fidelity == capture::Fidelity::reconstructed || record.format == "har") {
     texts.emplace_back("header blocks are reconstructed");
   }

@@ -16,7 +16,9 @@ Finding findingForInput(const capture::InputNote& note);
 // Keeps in the record of the input what the event tells about the traffic that it does not hold.
 void noteLosses(const capture::CaptureEvent& event, CaptureInput& input);
 
-// In words, what the input has lost; empty when it is whole.
-std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity fidelity);
+// In words, what the input has lost; empty when nothing is. `isAlone` says that no other record is
+// of the same input.
+std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity fidelity,
+                                   bool isAlone);
 
 }  // namespace qv::check

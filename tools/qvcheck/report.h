@@ -55,6 +55,8 @@ struct InputLosses {
   bool endsEarly = false;
   bool bytesGivenUp = false;
   bool holdsNoEvents = false;
+  bool holdsRequests = false;
+  bool holdsResponses = false;
 };
 
 // One capture that was read: a file, a directory of pieces or standard input.
