@@ -12,7 +12,7 @@ namespace qv::check {
 // A file of the command line, opened.
 struct NamedFile {
   std::shared_ptr<capture::ByteSource> bytes;  // null when it cannot be opened
-  bool opensOnce = false;  // standard input, a pipe, a terminal or the like
+  bool opensOnce = false;                      // standard input, a pipe, a terminal or the like
 };
 
 // "-" is standard input. `beforeWaiting` is called before each read that may have to wait; a signal
