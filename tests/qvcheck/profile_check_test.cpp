@@ -68,7 +68,7 @@ TEST(ProfileCheck, noSurveyOfArchives) {
     EXPECT_EQ(outcome.out, "exit 2 (wrong usage)\n");
     EXPECT_EQ(replaced(outcome.err, folder.path(""), ""),
               "qvcheck: --survey: p.json is an archive, which has no places to survey\n"
-              "Try 'qvcheck --help'.\n");
+              "Try 'qvcheck profile check --help'.\n");
   }
 }
 

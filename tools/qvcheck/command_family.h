@@ -33,7 +33,9 @@ std::unique_ptr<CommandFamily> makeProfileFamily();
 std::unique_ptr<CommandFamily> makeRulesFamily();
 std::unique_ptr<CommandFamily> makeValueFamily();
 
-// The answer to a command line that cannot be meant.
+// The answer to a command line that cannot be meant; the advice on where to find help is not in it.
 Answer usageError(const std::string& text);
+// Of a command such as "profile check".
+std::string helpAdvice(const std::string& command);
 
 }  // namespace qv::check

@@ -3,10 +3,12 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <sstream>
+#include <variant>
 
 #include "qvparsersupport/common/version.h"
 #include "tools/qvcheck/command_family.h"
 #include "tools/qvcheck/escape.h"
+#include "tools/qvcheck/near_names.h"
 
 namespace qv::check {
 
@@ -60,10 +62,87 @@ constexpr std::unique_ptr<CommandFamily> (*kFamilies[])() = {makeTrafficFamily, 
                                                              makeShowFamily,    makeProfileFamily,
                                                              makeValueFamily,   makeRulesFamily};
 
+const CLI::App* commandNamed(const CLI::App& app, const std::string& name) {
+  const auto named =
+      app.get_subcommands([&name](const CLI::App* command) { return command->check_name(name); });
+  return named.empty() ? nullptr : named.front();
+}
+
+// How far a command line names a command.
+struct NamedCommand {
+  const CLI::App* app = nullptr;
+  std::string path;     // "profile check"; empty for the tool itself
+  std::string unknown;  // the name that stands where one of a command has to; empty for none
+};
+
+NamedCommand namedCommand(const CLI::App& app, const std::vector<std::string>& arguments) {
+  NamedCommand named{&app, "", ""};
+  for (const std::string& argument : arguments) {
+    if (argument.starts_with('-') || named.app->get_subcommands({}).empty()) break;
+    const CLI::App* const next = commandNamed(*named.app, argument);
+    if (next == nullptr) {
+      named.unknown = argument;
+      break;
+    }
+    named.app = next;
+    named.path += (named.path.empty() ? "" : " ") + argument;
+  }
+  return named;
+}
+
+std::string adviceFor(const std::vector<std::string>& nearest) {
+  return nearest.empty() ? "" : "; " + didYouMean(nearest);
+}
+
+std::string unknownCommandText(const NamedCommand& named) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : named.app->get_subcommands({}))
+    names.push_back(command->get_name());
+  return "there is no command '" + named.unknown + "'" + adviceFor(nearNames(named.unknown, names));
+}
+
+// For the first long option that the command does not have.
+std::string optionAdvice(const CLI::App& command, const std::vector<std::string>& arguments) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  for (const std::string& argument : arguments) {
+    const std::string name = argument.substr(0, argument.find('='));
+    const bool isOption = name.size() > 2 && name.starts_with("--");
+    if (isOption && std::ranges::find(names, name) == names.end()) {
+      return adviceFor(nearNames(name, names));
+    }
+  }
+  return "";
+}
+
+Command parsed(CLI::App& app, const std::vector<std::unique_ptr<CommandFamily>>& families,
+               const NamedCommand& named, const std::vector<std::string>& arguments) {
+  if (!named.unknown.empty()) return usageError(unknownCommandText(named));
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::CallForHelp&) {
+    return Answer{app.help(), ExitCode::clean};
+  } catch (const CLI::ExtrasError& error) {
+    return usageError(error.what() + optionAdvice(*named.app, arguments));
+  } catch (const CLI::ParseError& error) {
+    return usageError(error.what());
+  }
+  for (const auto& family : families) {
+    if (auto command = family->command()) return *std::move(command);
+  }
+  return usageError("A subcommand is required");
+}
+
 }  // namespace
 
 Answer usageError(const std::string& text) {
-  return {"qvcheck: " + escaped(text) + "\nTry 'qvcheck --help'.\n", ExitCode::usage};
+  return {"qvcheck: " + escaped(text) + '\n', ExitCode::usage};
+}
+
+std::string helpAdvice(const std::string& command) {
+  return "Try 'qvcheck " + command + (command.empty() ? "" : " ") + "--help'.\n";
 }
 
 Command parseCommandLine(const std::vector<std::string>& arguments) {
@@ -84,18 +163,12 @@ Command parseCommandLine(const std::vector<std::string>& arguments) {
     return Answer{std::string("qvcheck ") + QVCHECK_VERSION + "\n" + QVParserSupportVersionString,
                   ExitCode::clean};
   }
-  try {
-    std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-    app.parse(std::move(reversed));
-  } catch (const CLI::CallForHelp&) {
-    return Answer{app.help(), ExitCode::clean};
-  } catch (const CLI::ParseError& error) {
-    return usageError(error.what());
-  }
-  for (const auto& family : families) {
-    if (auto command = family->command()) return *std::move(command);
-  }
-  return usageError("A subcommand is required");
+  if (arguments == std::vector<std::string>{"help"}) return Answer{app.help(), ExitCode::clean};
+  const NamedCommand named = namedCommand(app, arguments);
+  Command command = parsed(app, families, named, arguments);
+  auto* const answer = std::get_if<Answer>(&command);
+  if (answer != nullptr && answer->exit == ExitCode::usage) answer->text += helpAdvice(named.path);
+  return command;
 }
 
 }  // namespace qv::check

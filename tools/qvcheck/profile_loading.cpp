@@ -257,7 +257,8 @@ bool surveyProfiles(const std::vector<std::string>& files, Report& report, std::
   const auto documents =
       readDocuments(files, report, err, [&](const std::string& file, const Bytes&) {
         err << usageError("--survey: " + file + " is an archive, which has no places to survey")
-                   .text;
+                   .text
+            << helpAdvice("profile check");
         report.noteOutcome(ExitCode::usage);
       });
   if (!documents) return false;

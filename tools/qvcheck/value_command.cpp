@@ -276,7 +276,7 @@ int runValue(const ValueOptions& options, std::ostream& out, std::ostream& err) 
   if (const auto exit = loadProfilesQuietly(options.profiles, err)) return *exit;
   const auto refuse = [&](const std::string& text) {
     const Answer answer = usageError(text);
-    err << answer.text;
+    err << answer.text << helpAdvice(options.encode ? "value encode" : "value decode");
     return static_cast<int>(answer.exit);
   };
   const std::optional<Subject> subject = findSubject(options.ref, options.transport);
