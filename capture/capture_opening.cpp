@@ -223,6 +223,14 @@ std::optional<std::string> contradiction(PeekedSource& source, CaptureForm asked
   return fmt::format("begins like {}, not like {}{}", nameOf(told->form), nameOf(asked), advice);
 }
 
+class EmptyReader final : public CaptureReader {
+ public:
+  std::optional<CaptureEvent> next() override { return std::nullopt; }
+  std::string_view format() const override { return ""; }
+  std::string contents() const override { return "it is empty"; }
+  Fidelity fidelity() const override { return Fidelity::exact; }
+};
+
 std::unique_ptr<CaptureReader> openStream(const std::shared_ptr<PeekedSource>& source,
                                           Direction direction, FramingLimits limits) {
   auto items = std::make_shared<ByteStreamItems>(source, direction, limits);
@@ -237,7 +245,11 @@ std::unique_ptr<CaptureReader> openStream(const std::shared_ptr<PeekedSource>& s
 std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource> source, CaptureForm form,
                                            const OpenOptions& options, ErrorSlot errorDescription) {
   const std::shared_ptr<PeekedSource> peeked = inflatedWhereCompressed(std::move(source));
-  if (peeked->peek(1).empty() && peeked->error()) return fail(errorDescription, *peeked->error());
+  if (peeked->peek(1).empty()) {
+    if (peeked->error()) return fail(errorDescription, *peeked->error());
+    const bool mayBeEmpty = form != CaptureForm::har && form != CaptureForm::pcap;
+    if (mayBeEmpty) return std::make_unique<EmptyReader>();
+  }
 
   const std::optional<Told> told = toldBy(*peeked, form);
   if (form == CaptureForm::automatic) {
@@ -267,6 +279,18 @@ std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource> source, C
 std::optional<std::string> otherForm(PeekedSource& source, CaptureForm asked,
                                      const std::string& advice) {
   return contradiction(source, asked, toldBy(source, asked), advice);
+}
+
+std::optional<CaptureForm> clearForm(PeekedSource& source, CaptureForm asked) {
+  if (asked != CaptureForm::automatic) {
+    return otherForm(source, asked, "") ? std::nullopt : std::optional(asked);
+  }
+  // As of a stream, of which an object without a telling key is nothing.
+  const std::optional<Told> told = toldBy(source, CaptureForm::http);
+  if (!told || (told->form == CaptureForm::http && !beginsWithStartLine(source))) {
+    return std::nullopt;
+  }
+  return told->form;
 }
 
 }  // namespace qv::capture

@@ -30,7 +30,7 @@ struct OpenOptions {
 // Opens a capture of the given form, compressed with gzip or not. Looks at no more bytes than it
 // takes to tell the form apart, so a pipe can be opened before there is much in it.
 //
-// An empty input is a stream without messages. A JSON object is an HTTP archive when it has the key
+// An empty input may be a stream, or records, and has no format. A JSON object is an HTTP archive when it has the key
 // "log", and a record when it has one of a record's keys before. The direction of a raw stream is
 // told by its first message; where one is asked for that begins with something else, by the first
 // start line in its beginning.
@@ -47,5 +47,9 @@ QV_EXPORT std::unique_ptr<CaptureReader> openCapture(std::shared_ptr<ByteSource>
 // start line of a stream, contradict nothing. Of a JSON object any key of the form is enough.
 QV_EXPORT std::optional<std::string> otherForm(PeekedSource& source, CaptureForm asked,
                                                const std::string& advice);
+
+// The form of a file that nobody called a capture: null where it does not show clearly, by a JSON
+// key or by a start line at once. With a form that is asked for, whether it may be that one.
+QV_EXPORT std::optional<CaptureForm> clearForm(PeekedSource& source, CaptureForm asked);
 
 }  // namespace qv::capture

@@ -40,6 +40,9 @@ enum class InputNoteKind : std::uint8_t {
   cameTooLate,         // bytes that were told as a gap came after all, too far behind it
   connectionsSkipped,  // connections on which no HTTP was seen
   eventsNotHeld,       // the form holds no event notifications
+  leftOut,             // what lies beside the traffic and was none of it
+  piecesDisordered,    // a piece begins before the one in front of it ends
+  nothingHeld,         // no traffic at all; the text says what there was
 };
 
 // A fact about the input, not about a message.
@@ -66,8 +69,11 @@ class QV_EXPORT CaptureReader {
   // what was read so far, so a pipe yields its messages as they arrive.
   virtual std::optional<CaptureEvent> next() = 0;
 
-  // "http", "pcap", "pcapng", "har" or "ndjson".
+  // "http", "pcap", "pcapng", "har" or "ndjson"; empty for an input without bytes.
   virtual std::string_view format() const = 0;
+  // In words, what was read so far: "5 packets, none of them TCP over IP". For an input in which
+  // there was no traffic.
+  virtual std::string contents() const = 0;
   // Of what was read so far; final at the end.
   virtual Fidelity fidelity() const = 0;
   // Why reading stopped before the end (a device error, an input that is not of the form at all);

@@ -41,6 +41,10 @@ class CaptureRecordReader : public CaptureReader {
 
   std::optional<CaptureEvent> next() override;
   std::string_view format() const override { return "ndjson"; }
+  std::string contents() const override {
+    return fmt::format("{} line{}, none of them a message", line_.number,
+                       line_.number == 1 ? "" : "s");
+  }
   Fidelity fidelity() const override { return fidelity_; }
   std::optional<std::string> error() const override {
     return error_ ? error_ : lines_.source().error();

@@ -56,6 +56,9 @@ inline constexpr Word<InputNoteKind> kInputNoteWords[] = {
     {InputNoteKind::cameTooLate, "came_too_late"},
     {InputNoteKind::connectionsSkipped, "connections_skipped"},
     {InputNoteKind::eventsNotHeld, "events_not_held"},
+    {InputNoteKind::leftOut, "left_out"},
+    {InputNoteKind::piecesDisordered, "pieces_disordered"},
+    {InputNoteKind::nothingHeld, "nothing_held"},
 };
 
 inline constexpr Word<FramingNoteKind> kFramingNoteWords[] = {

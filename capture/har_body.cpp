@@ -19,15 +19,17 @@ std::optional<Bytes> decoded(std::string_view text, std::string_view encoding) {
   return Bytes(bytes.begin(), bytes.end());
 }
 
+// Of a body that is recorded as an empty text, or not at all.
 bool isMissing(const RecordedBody& recorded, const AnnouncedBody& announced) {
   if (recorded.wasSent || recorded.size.value_or(0) > 0) return true;
-  if (announced.hasTransferEncoding) return !recorded.size && !recorded.text;
-  return announced.length.value_or(0) > 0;
+  if (announced.length && !announced.hasTransferEncoding) return *announced.length > 0;
+  if (recorded.text) return false;
+  // Many exporters write 0 for a size that they do not know.
+  return announced.hasTransferEncoding || (recorded.isUsual && !recorded.size);
 }
 
 bool isOfOtherLength(std::uint64_t length, const RecordedBody& recorded,
                      const AnnouncedBody& announced) {
-  // Many exporters write 0 for a size that they do not know.
   if (recorded.size.value_or(0) > 0 && recorded.size != length) return true;
   return !announced.hasTransferEncoding && announced.length && announced.length != length;
 }

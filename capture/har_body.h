@@ -23,11 +23,13 @@ struct RecordedBody {
   std::string_view encoding;
   std::optional<std::uint64_t> size;  // of the decoded body; null when it is unknown
   bool wasSent = false;               // something else says that there was one
+  bool isUsual = false;               // messages of this kind may have one
 };
 
 // Puts a recorded body into the message, and says bodyDamaged where it may not be the one that was
 // sent, so that nobody is blamed for it:
-//   the entry leaves out a body that it or the header announces;
+//   the entry leaves out a body that it or the header announces, or one that the message may have
+//   had where neither of them says that it was empty;
 //   base-64 that cannot be read, or an encoding of another name (no body is delivered);
 //   a text with U+FFFD, which stands for bytes that were no text;
 //   a length that differs from the recorded one, or from Content-Length without Transfer-Encoding;

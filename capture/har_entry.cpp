@@ -150,6 +150,12 @@ RecordedBody recordedUnder(const Value& object, std::string_view key, Value& hol
   return recorded;
 }
 
+// Methods whose requests are sent without one (RFC 9110, section 9.3).
+bool mayHaveBody(std::string_view method) {
+  constexpr std::string_view kWithout[] = {"GET", "HEAD", "DELETE", "CONNECT", "OPTIONS", "TRACE"};
+  return std::ranges::find(kWithout, method) == std::end(kWithout);
+}
+
 bool readRequest(const Value& entry, HAREntry& result, ErrorSlot errorDescription) {
   FramedMessage& message = result.request;
   message.kind = MessageKind::request;
@@ -158,6 +164,10 @@ bool readRequest(const Value& entry, HAREntry& result, ErrorSlot errorDescriptio
   const std::optional<std::string_view> method = textUnder(request, "method");
   if (!method || !isOneWord(*method)) return fail(errorDescription, "request.method is no method");
   const std::optional<std::string_view> url = textUnder(request, "url");
+  if (url && isOfOtherKind(*url)) {
+    result.isHTTP = false;
+    return true;
+  }
   if (!url || !isOneWord(*url)) return fail(errorDescription, "request.url is no URL");
   const std::optional<HARURL> parts = readHARURL(*url);
   if (!parts) return fail(errorDescription, "request.url is no URL of HTTP");
@@ -175,6 +185,7 @@ bool readRequest(const Value& entry, HAREntry& result, ErrorSlot errorDescriptio
     recorded.wasSent = true;
   }
   recorded.size = sizeUnder(request, "bodySize");
+  recorded.isUsual = mayHaveBody(*method);
   takeRecordedBody(recorded, builder.announced(), message);
   return true;
 }
@@ -213,8 +224,9 @@ bool readResponse(const Value& entry, HAREntry& result, ErrorSlot errorDescripti
     RecordedBody recorded = recordedUnder(response, "content", content);
     recorded.size = sizeUnder(content, "size");
     AnnouncedBody announced = builder.announced();
-    // Whatever these announce, nothing follows.
-    if (*status < 200 || *status == 204) announced = {};
+    recorded.isUsual = *status >= 200 && *status != 204;
+    // Whatever the others announce, nothing follows.
+    if (!recorded.isUsual) announced = {};
     takeRecordedBody(recorded, announced, message);
   }
   result.response = std::move(message);
@@ -247,6 +259,7 @@ std::optional<HAREntry> readHAREntry(ByteView text, std::uint64_t offset,
   result.request = messageAt(offset, text.size(), Direction::toAccessory);
   readTimes(*read.value, result);
   if (!readRequest(*read.value, result, errorDescription)) return std::nullopt;
+  if (!result.isHTTP) return result;
   if (!readResponse(*read.value, result, errorDescription)) return std::nullopt;
   return result;
 }

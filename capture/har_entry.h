@@ -22,6 +22,7 @@ struct HAREntry {
   std::string server;      // "192.0.2.7:51826"; empty when the entry does not say
   std::optional<std::int64_t> requestTimeNs;
   std::optional<std::int64_t> responseTimeNs;
+  bool isHTTP = true;  // otherwise nothing else is there
   FramedMessage request;
   std::optional<FramedMessage> response;  // null when nothing was answered (status 0)
 };

@@ -80,6 +80,10 @@ class HARReader : public CaptureReader {
   }
 
   std::string_view format() const override { return "har"; }
+  std::string contents() const override {
+    return entryCount_ == 0 ? "no entries"
+                            : fmt::format("{} entries, none that can be read", entryCount_);
+  }
   Fidelity fidelity() const override { return fidelity_; }
 
   std::optional<std::string> error() const override { return error_; }
@@ -109,10 +113,15 @@ class HARReader : public CaptureReader {
     } else {
       entry = readHAREntry(scanned.text, scanned.offset, &fault);
     }
+    if (entry && !entry->isHTTP) return passOver(number);
     if (entry) return deliver(std::move(*entry), number);
     note(InputNoteKind::unreadablePart,
          fmt::format("entry {} (byte {}): {}", number, scanned.offset, *fault),
          {scanned.offset, scanned.length}, number);
+  }
+
+  void passOver(std::uint64_t number) {
+    if (passedOver_++ == 0) firstPassedOver_ = number;
   }
 
   void deliver(HAREntry entry, std::uint64_t number) {
@@ -143,6 +152,13 @@ class HARReader : public CaptureReader {
     error_ = source_->error();
     if (!error_) tellHowItEnded();
     connections_.closeAll(events_);
+    if (passedOver_ > 0) {
+      note(InputNoteKind::leftOut,
+           fmt::format("entries that are no traffic of HTTP (data:, blob: and the like): {}, the "
+                       "first is entry {}",
+                       passedOver_, firstPassedOver_),
+           {}, firstPassedOver_);
+    }
     if (error_) return;
     note(InputNoteKind::eventsNotHeld, "an HTTP archive holds no event notifications", {}, 0);
   }
@@ -205,6 +221,8 @@ class HARReader : public CaptureReader {
   NamedConnections connections_;
   std::deque<CaptureEvent> events_;  // of the last entry, or of the end
   std::uint64_t entryCount_ = 0;
+  std::uint64_t passedOver_ = 0;
+  std::uint64_t firstPassedOver_ = 0;
   std::uint64_t bytesRead_ = 0;
   Fidelity fidelity_ = Fidelity::reconstructed;
   std::optional<std::string> error_;

@@ -21,6 +21,25 @@ constexpr std::size_t kLongestPort = 5;
 // No address is longer in any form; what is comes from elsewhere.
 constexpr std::size_t kLongestAddress = 64;
 
+constexpr std::string_view kLocalSchemes[] = {"data", "blob", "about", "javascript"};
+
+const Scheme* schemeNamed(std::string_view name) {
+  const auto* scheme = std::ranges::find_if(
+      kSchemes, [&](const Scheme& row) { return equalsIgnoringCase(row.name, name); });
+  return scheme == std::end(kSchemes) ? nullptr : scheme;
+}
+
+// RFC 3986, section 3.1.
+bool isNameOfScheme(std::string_view text) {
+  const auto isLetter = [](char letter) {
+    return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z');
+  };
+  return !text.empty() && isLetter(text.front()) && std::ranges::all_of(text, [&](char letter) {
+    const bool isDigit = letter >= '0' && letter <= '9';
+    return isLetter(letter) || isDigit || letter == '+' || letter == '-' || letter == '.';
+  });
+}
+
 // The digits behind the last colon of "user@host:port" or "[address]:port"; empty without any.
 std::string_view portOf(std::string_view authority) {
   const std::size_t colon = authority.rfind(':');
@@ -33,6 +52,18 @@ std::string_view portOf(std::string_view authority) {
 
 }  // namespace
 
+// "localhost:80" names no scheme but a host.
+bool isOfOtherKind(std::string_view url) {
+  const std::size_t colon = url.find(':');
+  if (colon == std::string_view::npos) return false;
+  const std::string_view scheme = url.substr(0, colon);
+  if (url.substr(colon).starts_with(kAfterScheme)) {
+    return isNameOfScheme(scheme) && schemeNamed(scheme) == nullptr;
+  }
+  return std::ranges::any_of(
+      kLocalSchemes, [&](std::string_view local) { return equalsIgnoringCase(local, scheme); });
+}
+
 std::optional<HARURL> readHARURL(std::string_view url) {
   url = url.substr(0, url.find('#'));
   if (url.starts_with('/') || url == "*") return HARURL{std::string(url), {}};
@@ -40,10 +71,8 @@ std::optional<HARURL> readHARURL(std::string_view url) {
   if (colon == std::string_view::npos || !url.substr(colon).starts_with(kAfterScheme)) {
     return std::nullopt;
   }
-  const auto* scheme = std::find_if(
-      std::begin(kSchemes), std::end(kSchemes),
-      [&](const Scheme& row) { return equalsIgnoringCase(row.name, url.substr(0, colon)); });
-  if (scheme == std::end(kSchemes)) return std::nullopt;
+  const Scheme* scheme = schemeNamed(url.substr(0, colon));
+  if (scheme == nullptr) return std::nullopt;
   const std::string_view rest = url.substr(colon + kAfterScheme.size());
   const std::size_t authorityEnd = std::min(rest.find_first_of("/?"), rest.size());
   const std::string_view path = rest.substr(authorityEnd);

@@ -11,8 +11,11 @@ struct HARURL {
   std::string_view port;  // as digits, the scheme's own where the URL names none; may be empty
 };
 
+// Whether what it stands for never was traffic of HTTP: "data:", "blob:", "chrome-extension://".
+bool isOfOtherKind(std::string_view url);
+
 // Reads an absolute URL of HTTP or of a WebSocket, or what already is a target. Null for anything
-// else ("data:", "blob:"): it never was in a start line.
+// else.
 std::optional<HARURL> readHARURL(std::string_view url);
 
 // "192.0.2.7:51826", "[2001:db8::7]:51826"; without a port when the URL says nothing about it.

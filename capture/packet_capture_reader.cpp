@@ -1,5 +1,7 @@
 #include "capture/packet_capture_reader.h"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 #include "capture/http_connections.h"
@@ -26,6 +28,14 @@ class PacketCaptureReader : public CaptureReader {
     }
   }
   std::string_view format() const override { return segments_->format(); }
+  std::string contents() const override {
+    const std::uint64_t packets = segments_->packets();
+    if (packets == 0) return "no packets";
+    const std::string count = fmt::format("{} packet{}", packets, packets == 1 ? "" : "s");
+    return segmentCount_ == 0 ? count + ", none of them TCP over IP"
+                              : fmt::format("{}, {} of them TCP over IP, none with a byte of HTTP",
+                                            count, segmentCount_);
+  }
   Fidelity fidelity() const override { return Fidelity::exact; }
   std::optional<std::string> error() const override {
     return source_ == nullptr ? std::nullopt : source_->error();
@@ -40,6 +50,7 @@ class PacketCaptureReader : public CaptureReader {
       if (std::exchange(ended_, true)) return false;
       http_.finish();
     } else if (const std::optional<TCPSegment> segment = segments_->next()) {
+      ++segmentCount_;
       tcp_.add(*segment);
     } else {
       packetsEnded_ = true;
@@ -52,6 +63,7 @@ class PacketCaptureReader : public CaptureReader {
   std::unique_ptr<PacketSegments> segments_;
   TCPConnections tcp_;
   HTTPConnections http_;
+  std::uint64_t segmentCount_ = 0;
   bool packetsEnded_ = false;
   bool ended_ = false;
 };

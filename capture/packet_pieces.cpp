@@ -1,5 +1,7 @@
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "capture/packet_segments.h"
 
 namespace qv::capture {
@@ -13,6 +15,7 @@ class PieceSegments final : public PacketSegments {
   std::optional<TCPSegment> next() override {
     while (file_ != nullptr || openNext()) {
       if (std::optional<TCPSegment> segment = file_->next()) {
+        noteOrder(segment->place.timeNs);
         segment->place.number += before_;
         return segment;
       }
@@ -47,6 +50,26 @@ class PieceSegments final : public PacketSegments {
     return false;
   }
 
+  // Once for a piece, by its first segment.
+  void noteOrder(std::optional<std::int64_t> time) {
+    constexpr std::uint64_t kSecond = 1'000'000'000;
+    if (!time) return;
+    const bool isFirst = std::exchange(timedPiece_, opened_) != opened_;
+    const std::uint64_t back = *time < lastTime_ ? static_cast<std::uint64_t>(lastTime_) -
+                                                       static_cast<std::uint64_t>(*time)
+                                                 : 0;
+    if (isFirst && back > kSecond) {
+      add({InputNoteKind::piecesDisordered,
+           fmt::format("it begins {} s before the piece in front of it ends", back / kSecond),
+           0,
+           0,
+           {},
+           {},
+           {}});
+    }
+    lastTime_ = *time;
+  }
+
   void end() {
     while (std::optional<InputNote> note = file_->nextNote()) {
       if (note->place.number > 0) note->place.number += before_;
@@ -70,6 +93,8 @@ class PieceSegments final : public PacketSegments {
   std::shared_ptr<ByteSource> source_;
   std::unique_ptr<PacketSegments> file_;
   std::string_view format_;
+  std::size_t timedPiece_ = 0;  // the one that `lastTime_` is from, counted like `opened_`
+  std::int64_t lastTime_ = 0;
   std::uint64_t before_ = 0;  // packets of the files before
   std::vector<InputNote> notes_;
   std::size_t notesGiven_ = 0;

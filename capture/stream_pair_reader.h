@@ -25,6 +25,7 @@ class QV_EXPORT StreamPairReader : public CaptureReader {
   // The next event that is a record; null at the end.
   std::optional<ExchangeRecord> nextRecord();
   std::string_view format() const override { return "http"; }
+  std::string contents() const override { return "no messages"; }
   Fidelity fidelity() const override { return Fidelity::exact; }
   std::optional<std::string> error() const override;
 

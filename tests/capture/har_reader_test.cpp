@@ -16,7 +16,7 @@ namespace qv::capture::test {
 namespace {
 
 const std::string kEntry =
-    R"({"request":{"method":"GET","url":"/","headers":[]},"response":{"status":200,"headers":[]}})";
+    R"({"request":{"method":"GET","url":"/","headers":[]},"response":{"status":204,"headers":[]}})";
 const std::string kFront = R"({"log":{"entries":[)";
 
 std::string reported(std::string_view archive, std::size_t pieceSize = SIZE_MAX,
@@ -78,7 +78,7 @@ TEST(HARReader, PassesByAnEntryThatIsTooLarge) {
             "unreadablePart [19,117) place 1 entry 1 (byte 19): larger than the limit of 90 bytes\n"
             "connection 1 \n"
             "1.0 place 2 [118,208) request none \"GET / HTTP/1.1|\"\n"
-            "1 answers 0 place 2 [118,208) response none \"HTTP/1.1 200 |\"\n"
+            "1 answers 0 place 2 [118,208) response none \"HTTP/1.1 204 |\"\n"
             "closed 1\n"
             "eventsNotHeld [0,0) an HTTP archive holds no event notifications\n"
             "reconstructed\n");

@@ -67,15 +67,29 @@ def check_conversions():
             expect(f"{name}, converted", reported(*profile_for(name), records), direct)
 
 
+def packets_of(data):
+    """Where the packets of a pcap file begin, and its end."""
+    ends = [24]
+    while ends[-1] < len(data):
+        ends.append(ends[-1] + 16 + int.from_bytes(data[ends[-1] + 8:ends[-1] + 12], "little"))
+    return ends
+
+
+def earlier(data, seconds):
+    moved = bytearray(data)
+    for begin in packets_of(data)[:-1]:
+        time = int.from_bytes(data[begin:begin + 4], "little") - seconds
+        moved[begin:begin + 4] = time.to_bytes(4, "little")
+    return bytes(moved)
+
+
 def check_directories():
     """Numbered pieces give what the whole files give."""
     def cut(data, first):
         return [data[:first], data[first:first + 1000], data[first + 1000:]]
 
     packets = (captures / "packets/household-access-faulty-lossy.pcap").read_bytes()
-    ends = [24]
-    while ends[-1] < len(packets):
-        ends.append(ends[-1] + 16 + int.from_bytes(packets[ends[-1] + 8:ends[-1] + 12], "little"))
+    ends = packets_of(packets)
     middle = ends[len(ends) // 2]
     with tempfile.TemporaryDirectory() as folder:
         packet_pieces, stream_pieces = pathlib.Path(folder, "packets"), pathlib.Path(folder, "streams")
@@ -96,6 +110,91 @@ def check_directories():
         expect("streams in pieces, by direction",
                reported(*profile, "--request", stream_pieces, "--response", stream_pieces), whole)
         expect("number of findings in pieces", len(whole) > 150, True)
+
+
+def inputs_and_remarks(folder, *arguments):
+    """Each input's record, and the findings that the tool makes of inputs, without the folder's name."""
+    run = subprocess.run([tool, "traffic", *profile_for("household"), *arguments, "--output", "ndjson"],
+                         capture_output=True, text=True, check=False, cwd=folder)
+    said = [run.returncode]
+    for record in map(json.loads, run.stdout.splitlines()):
+        if record["type"] == "input":
+            said.append([record[key] for key in ("input", "name", "format", "complete", "lost")])
+        elif record["type"] == "finding" and record["rule"].startswith("input."):
+            said.append([record["location"]["name"], record["rule"], record["text"]])
+    return said
+
+
+def check_what_a_directory_holds():
+    archive = (captures / "household.har").read_text()
+    clean = {name: (captures / f"household-clean.{name}").read_bytes() for name in ("req", "rsp")}
+    packets = (captures / "packets/household-clean.pcap").read_bytes()
+    with tempfile.TemporaryDirectory() as folder:
+        day = pathlib.Path(folder, "day")
+        (day / "old").mkdir(parents=True)
+        (day / "README").write_text("hello")
+        for number in (1, 10):
+            (day / f"{number}.har").write_text(archive)
+            for name, data in clean.items():
+                (day / f"run{number}.{name}").write_bytes(data)
+        # Of two pieces the first is the later one.
+        (day / "run.pcap1").write_bytes(packets)
+        (day / "run.pcap2").write_bytes(earlier(packets, 3600))
+        archives = [[["day/%s.har" % name, "input.no-events", "an HTTP archive holds no event notifications"],
+                     [number, "day/%s.har" % name, "har", True,
+                      ["header blocks are reconstructed", "event notifications are not held"]]]
+                    for number, name in ((1, "1"), (2, "10"))]
+        expect("inputs of a directory", inputs_and_remarks(folder, "day"), [
+            1, ["day/1.har", "input.left-out", "files of no form that is read left out of day: 1 (README)"],
+            ["day/1.har", "input.left-out", "directories or the like left out of day: 1 (old)"], *archives[0], *archives[1],
+            ["day/run.pcap*", "input.order",
+             "day/run.pcap2: it begins 3600 s before the piece in front of it ends"],
+            [3, "day/run.pcap*", "pcap", True, []],
+            *([number, f"day/run{name}", "http", True, []]
+              for number, name in enumerate(("1.req", "1.rsp", "10.req", "10.rsp"), 4))])
+
+
+def check_inputs_without_traffic():
+    """Nothing is passed over in silence, and each input has its record."""
+    header = (captures / "packets/household-clean.pcap").read_bytes()[:24]
+    sections = bytes.fromhex("0a0d0d0a1c0000004d3c2b1a01000000ffffffffffffffff1c000000")
+    udp = bytes.fromhex("0200000000010200000000020800" "4500001e00000000401100000a0000010a000002"
+                        "12345678000a00006869")
+    compressed = gzip.compress((captures / "household-clean.rsp").read_bytes())
+    broken = "the gzip data is damaged before byte 1447: invalid distance too far back"
+    one_direction = "it is one direction, the requests are not held (--request and --response read both)"
+    unknown = ("begins like none of these: a packet file (pcap, pcapng), an HTTP archive (HAR), capture records (NDJSON), "
+               "HTTP requests or responses as sent; each may be compressed with gzip")
+
+    def nothing(number, name, form, what):
+        return [name, "input.empty", f"there is nothing to check: {what}"], [number, name, form, True, []]
+
+    def unreadable(number, name, why):
+        return [name, "input.unreadable", why], [number, name, None, False, [why]]
+
+    with tempfile.TemporaryDirectory() as folder:
+        for name, data in {"empty": b"", "header": header, "blank": b"\r\n", "text": b"no capture", "folder/": b"",
+                           "udp": header + (bytes(8) + len(udp).to_bytes(4, "little") * 2 + udp) * 5,
+                           "records": b'{"type":"run"}\n', "bare.pcapng": sections,
+                           "broken.gz": compressed[:1000] + bytes(100) + compressed[1100:]}.items():
+            if name.endswith("/"):
+                pathlib.Path(folder, name).mkdir()
+            else:
+                pathlib.Path(folder, name).write_bytes(data)
+        expect("inputs without traffic",
+               inputs_and_remarks(folder, "empty", "header", "blank", "udp", "records", "bare.pcapng"), [
+                   5, *nothing(1, "empty", None, "it is empty"), *nothing(2, "header", "pcap", "no packets"),
+                   *nothing(3, "blank", "http", "no messages"),
+                   *nothing(4, "udp", "pcap", "5 packets, none of them TCP over IP"),
+                   *nothing(5, "records", "ndjson", "1 line, none of them a message"),
+                   *nothing(6, "bare.pcapng", "pcapng", "no packets")])
+        expect("inputs that cannot be read",
+               inputs_and_remarks(folder, "missing", "text", "folder", "broken.gz"), [
+                   3, *unreadable(1, "missing", "No such file or directory"), *unreadable(2, "text", unknown),
+                   *unreadable(3, "folder", "the directory holds no files"),
+                   ["broken.gz", "input.incomplete", "the capture ends inside the body"],
+                   ["broken.gz", "input.unreadable", broken],
+                   [4, "broken.gz", "http", False, [broken, one_direction, "it ends early"]]])
 
 
 def check_verbose():
@@ -232,6 +331,8 @@ def check_interruption_of_a_file():
 
 check_conversions()
 check_directories()
+check_what_a_directory_holds()
+check_inputs_without_traffic()
 check_verbose()
 check_pipe()
 check_saved_runs_of_pipes()

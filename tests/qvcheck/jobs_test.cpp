@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <nlohmann/json.hpp>
+#include <sstream>
 #include <stdexcept>
 
 #include "tests/qvcheck/run_tool.h"
@@ -84,7 +86,13 @@ TEST(InputWorkers, keepWhatOthersFoundWhenOneDies) {
         err << "said by " << index << '\n';
         return true;
       },
-      [](std::size_t index) { return "input " + std::to_string(index); }};
+      [](std::size_t index) { return "input " + std::to_string(index); },
+      [](std::size_t index, const std::string& text, Report& report) {
+        check::InputRecord input;
+        input.name = std::to_string(index);
+        input.lost = {text};
+        report.input(input);
+      }};
   std::ostringstream out;
   std::ostringstream err;
   check::NDJSONReport sink(out);
@@ -97,6 +105,16 @@ TEST(InputWorkers, keepWhatOthersFoundWhenOneDies) {
             "said by 2\n"
             "qvcheck: input 3: fault of the tool itself: no way\n"
             "said by 4\n");
+  std::string lost;
+  std::istringstream lines(out.str());
+  for (std::string line; std::getline(lines, line);) {
+    const auto record = nlohmann::json::parse(line);
+    if (record["type"] == "input")
+      lost += record["name"].get<std::string>() + record["lost"].dump();
+  }
+  EXPECT_EQ(lost,
+            "1[\"its worker ended before the input did (signal 9)\"]"
+            "3[\"fault of the tool itself: no way\"]");
   EXPECT_EQ(report.account().messages, 4U);  // that of the killed one was not written yet
   EXPECT_FALSE(report.account().complete);
 }

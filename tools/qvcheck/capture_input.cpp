@@ -1,9 +1,13 @@
 #include "tools/qvcheck/capture_input.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <utility>
 
+#include "capture/capture_folder.h"
 #include "capture/capture_opening.h"
 #include "capture/gzip_source.h"
 #include "capture/packet_capture_reader.h"
@@ -21,12 +25,6 @@ namespace {
 using capture::ByteSource;
 using capture::ByteStreamItems;
 using capture::Direction;
-
-// Of what a signal ended nothing is complained.
-void complain(std::ostream& err, const std::string& name, const std::string& text) {
-  if (SignalWatch::signal() != 0) return;
-  err << "qvcheck: " << escaped(name) << ": " << escaped(text) << '\n';
-}
 
 // Passes a source on, counts its bytes and keeps how it begins. Ends when a signal came.
 class ObservedSource : public ByteSource {
@@ -57,9 +55,62 @@ class ObservedSource : public ByteSource {
 std::unique_ptr<InputRecord> recordFor(const std::string& name) {
   auto record = std::make_unique<InputRecord>();
   record->name = name;
-  record->format = "http";
   record->fidelity = "exact";
   return record;
+}
+
+bool isDirectory(const std::string& name) {
+  std::error_code unknown;
+  return std::filesystem::is_directory(name, unknown);
+}
+
+// What is common to the names of pieces, with a star for the rest: "day/run*.pcap".
+std::string commonName(const std::vector<std::string>& pieces) {
+  if (pieces.empty()) return {};
+  if (pieces.size() == 1) return pieces.front();
+  std::string_view first = pieces.front();
+  std::size_t before = first.size();
+  std::size_t behind = first.size();
+  for (const std::string_view name : pieces) {
+    const auto differsAt = std::ranges::mismatch(first, name).in1 - first.begin();
+    before = std::min(before, static_cast<std::size_t>(differsAt));
+    const auto same = std::mismatch(first.rbegin(), first.rend(), name.rbegin(), name.rend());
+    behind = std::min(behind, static_cast<std::size_t>(same.first - first.rbegin()));
+  }
+  std::string name(first.substr(0, before));
+  first.remove_prefix(before);
+  return name + "*" + std::string(first.substr(first.size() - std::min(behind, first.size())));
+}
+
+// Whether there is something to check, or the event says why there is nothing.
+bool isTrafficOrWhyNot(const capture::CaptureEvent& event) {
+  using capture::InputNoteKind;
+  constexpr InputNoteKind kReasons[] = {InputNoteKind::unsupportedPackets,
+                                        InputNoteKind::connectionsSkipped, InputNoteKind::leftOut,
+                                        InputNoteKind::nothingHeld};
+  if (const auto* note = std::get_if<capture::InputNote>(&event)) {
+    return std::ranges::find(kReasons, note->kind) != std::end(kReasons);
+  }
+  const auto* record = std::get_if<capture::ExchangeRecord>(&event);
+  if (record == nullptr) return false;
+  const capture::Damage* damage = record->damage();
+  return damage == nullptr || damage->kind != capture::DamageKind::emptyLines;
+}
+
+void addLeftOut(std::deque<capture::InputNote>& notes, const std::string& directory,
+                std::string_view what, std::vector<std::string> names) {
+  constexpr std::size_t kMostNamed = 10;
+  if (names.empty()) return;
+  const std::size_t count = names.size();
+  names.resize(std::min(count, kMostNamed));
+  notes.push_back({capture::InputNoteKind::leftOut,
+                   fmt::format("{} left out of {}: {} ({}{})", what, directory, count,
+                               fmt::join(names, ", "), count > kMostNamed ? ", ..." : ""),
+                   0,
+                   0,
+                   {},
+                   {},
+                   {}});
 }
 
 capture::OpenOptions openOptions(const CaptureOptions& options) {
@@ -79,95 +130,87 @@ std::vector<std::unique_ptr<CaptureInput>> CaptureInput::all(const CaptureOption
   if (options.hasStreams()) {
     auto input = std::make_unique<CaptureInput>();
     input->isPair_ = true;
-    for (const std::string& file : {options.requestFile, options.responseFile}) {
-      input->records_.push_back(recordFor(file));
-    }
+    input->addStream(options.requestFile, Direction::toAccessory);
+    input->addStream(options.responseFile, Direction::toController);
     inputs.push_back(std::move(input));
   }
   for (const std::string& name : options.inputs) {
-    auto input = std::make_unique<CaptureInput>();
-    input->records_.push_back(recordFor(name));
-    inputs.push_back(std::move(input));
+    if (isDirectory(name)) {
+      addDirectory(name, options.form, inputs);
+    } else {
+      inputs.push_back(std::make_unique<CaptureInput>());
+      inputs.back()->records_.push_back(recordFor(name));
+    }
   }
   return inputs;
 }
 
+void CaptureInput::addStream(const std::string& name, Direction direction) {
+  records_.push_back(recordFor(name));
+  if (!isDirectory(name)) return;
+  std::optional<std::string> error;
+  auto pieces = capture::streamIn(name, direction, &error);
+  if (!pieces) records_.back()->failure = textOrNull(error);
+  if (pieces) piecesOf(*records_.back()) = *std::move(pieces);
+}
+
+void CaptureInput::addDirectory(const std::string& name, capture::CaptureForm form,
+                                std::vector<std::unique_ptr<CaptureInput>>& inputs) {
+  std::optional<std::string> error;
+  auto contents = capture::capturesIn(name, form, &error);
+  if (!contents) {
+    inputs.push_back(std::make_unique<CaptureInput>());
+    inputs.back()->records_.push_back(recordFor(name));
+    inputs.back()->records_.back()->failure = textOrNull(error);
+    return;
+  }
+  const std::size_t first = inputs.size();
+  for (capture::FolderCapture& capture : contents->captures) {
+    inputs.push_back(std::make_unique<CaptureInput>());
+    CaptureInput& input = *inputs.back();
+    input.isPair_ = capture.files.empty();
+    const auto add = [&](std::vector<std::string>& pieces) {
+      input.records_.push_back(recordFor(commonName(pieces)));
+      input.piecesOf(*input.records_.back()) = std::move(pieces);
+    };
+    if (input.isPair_) {
+      add(capture.requests);
+      add(capture.responses);
+    } else {
+      add(capture.files);
+    }
+  }
+  std::deque<capture::InputNote>& notes = inputs[first]->notes_;
+  addLeftOut(notes, name, "files of no form that is read", std::move(contents->unknown));
+  addLeftOut(notes, name, "directories or the like", std::move(contents->notFiles));
+}
+
+void CaptureInput::fail(InputRecord& record, std::string text, std::ostream& err) {
+  // Of what a signal ended nothing is complained.
+  if (SignalWatch::signal() != 0) return;
+  err << "qvcheck: " << escaped(record.name) << ": " << escaped(text) << '\n';
+  record.failure = std::move(text);
+}
+
+std::vector<std::string>& CaptureInput::piecesOf(const InputRecord& record) {
+  return pieces_[&record == records_.front().get() ? 0 : 1];
+}
+
 std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ostream& err) {
-  std::error_code unknown;
-  if (isPair_ && std::filesystem::is_directory(record.name, unknown)) {
+  const std::vector<std::string>& pieces = piecesOf(record);
+  std::shared_ptr<ByteSource> bytes;
+  if (pieces.size() > 1) {
+    bytes = std::make_shared<capture::FilesSource>(pieces);
+  } else {
     std::optional<std::string> error;
-    auto pieces = capture::piecesIn(record.name, &error);
-    if (!pieces) {
-      complain(err, record.name, textOrNull(error));
+    bytes = openNamedFile(record.name, beforeWaiting_, &error).bytes;
+    if (bytes == nullptr) {
+      fail(record, textOrNull(error), err);
       return nullptr;
     }
-    auto& ofDirection =
-        &record == &this->record(Direction::toAccessory) ? pieces->requests : pieces->responses;
-    return sourceOf(record, std::move(ofDirection.empty() ? pieces->others : ofDirection));
   }
-  std::optional<std::string> error;
-  auto file = openNamedFile(record.name, beforeWaiting_, &error);
-  if (file.bytes == nullptr) {
-    complain(err, record.name, textOrNull(error));
-    return nullptr;
-  }
-  auto source = std::make_shared<ObservedSource>(std::move(file.bytes), record, onRead_);
-  sources_.push_back(source);
-  return source;
-}
-
-std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record,
-                                                   std::vector<std::string> pieces) {
-  sources_.push_back(std::make_shared<ObservedSource>(
-      std::make_shared<capture::FilesSource>(std::move(pieces)), record, onRead_));
+  sources_.push_back(std::make_shared<ObservedSource>(std::move(bytes), record, onRead_));
   return sources_.back();
-}
-
-// Requests and responses are the two streams of a connection; of anything else, packet files
-// continue each other and other files are one stream.
-bool CaptureInput::openDirectory(const CaptureOptions& options, std::ostream& err) {
-  InputRecord& record = *records_.front();
-  const capture::FramingLimits limits{options.maxMessageSize};
-  std::optional<std::string> error;
-  auto pieces = capture::piecesIn(record.name, &error);
-  if (!pieces) {
-    complain(err, record.name, textOrNull(error));
-    return false;
-  }
-  if (!pieces->requests.empty() || !pieces->responses.empty()) {
-    if (options.form != capture::CaptureForm::automatic &&
-        options.form != capture::CaptureForm::http) {
-      complain(err, record.name,
-               "holds byte streams (.req, .rsp), nothing else is read beside them" +
-                   openOptions(options).advice);
-      return false;
-    }
-    const auto streamOf = [&](std::vector<std::string>& files, Direction direction) {
-      return files.empty() ? nullptr
-                           : std::make_shared<ByteStreamItems>(sourceOf(record, std::move(files)),
-                                                               direction, limits);
-    };
-    const auto requests = streamOf(pieces->requests, Direction::toAccessory);
-    reader_ = std::make_unique<capture::StreamPairReader>(
-        requests, streamOf(pieces->responses, Direction::toController));
-    return true;
-  }
-  capture::PeekedSource first(std::make_shared<capture::FilesSource>(pieces->others));
-  const bool arePackets = capture::PacketSegments::recognises(first.peek(4));
-  if (arePackets && (options.form == capture::CaptureForm::automatic ||
-                     options.form == capture::CaptureForm::pcap)) {
-    const auto open = [this, &record](const std::string& path) {
-      return std::make_shared<ObservedSource>(
-          std::make_shared<capture::FilesSource>(std::vector{path}), record, onRead_);
-    };
-    reader_ = capture::openPacketPieces(std::move(pieces->others), open, options.port, limits);
-    return true;
-  }
-  const auto source = sourceOf(record, std::move(pieces->others));
-  reader_ = capture::openCapture(source, options.form, openOptions(options), &error);
-  if (reader_ != nullptr) return true;
-  complain(err, record.name, textOrNull(source->error() ? source->error() : error));
-  return false;
 }
 
 bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err) {
@@ -183,7 +226,7 @@ bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err)
     const auto other = otherForm(*stream, capture::CaptureForm::http,
                                  "; give it without --request and --response");
     if (other) {
-      complain(err, record.name, *other);
+      fail(record, *other, err);
       opened = false;
     }
     streams[static_cast<std::size_t>(direction)] = std::make_shared<ByteStreamItems>(
@@ -193,18 +236,61 @@ bool CaptureInput::openStreams(const CaptureOptions& options, std::ostream& err)
   return opened;
 }
 
-bool CaptureInput::open(const CaptureOptions& options, std::ostream& err) {
-  if (isPair_) return openStreams(options, err);
+bool CaptureInput::openPackets(const CaptureOptions& options) {
   InputRecord& record = *records_.front();
-  std::error_code unknown;
-  if (std::filesystem::is_directory(record.name, unknown)) return openDirectory(options, err);
+  const std::vector<std::string>& pieces = piecesOf(record);
+  const bool mayBePackets =
+      options.form == capture::CaptureForm::automatic || options.form == capture::CaptureForm::pcap;
+  if (pieces.size() < 2 || !mayBePackets) return false;
+  capture::PeekedSource first(std::make_shared<capture::FilesSource>(pieces));
+  if (!capture::PacketSegments::recognises(first.peek(4))) return false;
+  const auto open = [this, &record](const std::string& path) {
+    return std::make_shared<ObservedSource>(
+        std::make_shared<capture::FilesSource>(std::vector{path}), record, onRead_);
+  };
+  reader_ = capture::openPacketPieces(pieces, open, options.port,
+                                      capture::FramingLimits{options.maxMessageSize});
+  return true;
+}
+
+bool CaptureInput::open(const CaptureOptions& options, std::ostream& err) {
+  bool isRefused = false;
+  for (const auto& record : records_) {
+    if (!record->failure) continue;
+    fail(*record, *record->failure, err);
+    isRefused = true;
+  }
+  if (isRefused) return false;
+  if (isPair_) return openStreams(options, err);
+  if (openPackets(options)) return true;
+  InputRecord& record = *records_.front();
   const auto source = sourceOf(record, err);
   if (source == nullptr) return false;
   std::optional<std::string> error;
   reader_ = capture::openCapture(source, options.form, openOptions(options), &error);
   if (reader_ != nullptr) return true;
-  complain(err, record.name, textOrNull(source->error() ? source->error() : error));
+  fail(record, textOrNull(source->error() ? source->error() : error), err);
   return false;
+}
+
+std::optional<capture::CaptureEvent> CaptureInput::next() {
+  if (!notes_.empty()) {
+    capture::CaptureEvent note = std::move(notes_.front());
+    notes_.pop_front();
+    return note;
+  }
+  if (std::optional<capture::CaptureEvent> event = reader_->next()) {
+    isExplained_ = isExplained_ || isTrafficOrWhyNot(*event);
+    return event;
+  }
+  if (std::exchange(isExplained_, true) || error()) return std::nullopt;
+  return capture::InputNote{capture::InputNoteKind::nothingHeld,
+                            "there is nothing to check: " + reader_->contents(),
+                            0,
+                            0,
+                            {},
+                            {},
+                            {}};
 }
 
 InputRecord& CaptureInput::record(Direction direction) {
@@ -228,24 +314,39 @@ std::optional<std::string> CaptureInput::error() const {
 
 const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostream& err) {
   std::erase_if(records_, [](const auto& record) { return record->name.empty(); });
+  const bool wasOpened =
+      reader_ != nullptr && std::ranges::none_of(records_, [](const auto& record) {
+        return record->failure.has_value();
+      });
   for (std::size_t i = 0; i < records_.size(); ++i) {
     InputRecord& record = *records_[i];
-    std::optional<std::string> error = isPair_ ? sources_[i]->error() : this->error();
-    if (!isPair_) {
+    if (wasOpened) {
+      const auto error = isPair_ ? sources_[i]->error() : this->error();
+      if (error) fail(record, *error, err);
       record.format = reader_->format();
-      if (record.fidelity != "damaged") record.fidelity = nameOf(reader_->fidelity());
+      if (!isPair_ && record.fidelity != "damaged") record.fidelity = nameOf(reader_->fidelity());
     }
-    if (SignalWatch::signal() != 0) record.complete = false;
-    if (error) {
-      complain(err, record.name, *error);
-      record.complete = false;
-    }
-    record.lost = lossTexts(record, reader_->fidelity(), records_.size() == 1);
+    if (!wasOpened && record.failure) record.fidelity = "damaged";
+    if (!wasOpened || record.failure || SignalWatch::signal() != 0) record.complete = false;
+    record.lost = lossTexts(record, wasOpened ? reader_->fidelity() : capture::Fidelity::damaged,
+                            records_.size() == 1);
   }
   // A run of many inputs is not to keep them all open.
   reader_.reset();
   sources_.clear();
   return records_;
+}
+
+std::vector<InputRecord> CaptureInput::unread() const {
+  std::vector<InputRecord> records;
+  for (const auto& record : records_) {
+    if (!record->name.empty()) records.push_back(*record);
+  }
+  for (InputRecord& record : records) {
+    record.fidelity = "damaged";
+    record.complete = false;
+  }
+  return records;
 }
 
 const std::string& CaptureInput::name() const {

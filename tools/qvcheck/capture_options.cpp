@@ -56,7 +56,8 @@ void CaptureArguments::declare(CLI::App& command, CaptureOptions& options) {
   command
       .add_option("INPUT", options.inputs,
                   "Captures: packet files (pcap, pcapng), HAR, capture records, byte streams, "
-                  "directories of numbered pieces; any of them gzipped; - is standard input")
+                  "any of them gzipped; directories of them, where names that differ in "
+                  "numbers alone are pieces of one; - is standard input")
       ->type_name("");
   command
       .add_option("--profile", options.profiles,

@@ -35,6 +35,9 @@ constexpr NoteRow kRows[] = {
     {InputNoteKind::cameTooLate, "input.gap", Severity::note, Loss::none},
     {InputNoteKind::connectionsSkipped, "input.left-out", Severity::note, Loss::none},
     {InputNoteKind::eventsNotHeld, "input.no-events", Severity::note, Loss::events},
+    {InputNoteKind::leftOut, "input.left-out", Severity::note, Loss::none},
+    {InputNoteKind::piecesDisordered, "input.order", Severity::note, Loss::none},
+    {InputNoteKind::nothingHeld, "input.empty", Severity::note, Loss::none},
 };
 
 const NoteRow& rowFor(InputNoteKind kind) {
@@ -105,6 +108,13 @@ Finding findingForInput(const capture::InputNote& note) {
   return remark(row.rule, row.severity, note.text, note.offset, note.length);
 }
 
+Finding findingForFailure(const InputRecord& input) {
+  Finding finding = remark("input.unreadable", Severity::warning, input.failure.value_or(""), 0, 0);
+  finding.location.input = input.input;
+  finding.location.name = input.name;
+  return finding;
+}
+
 void noteLosses(const capture::CaptureEvent& event, CaptureInput& input) {
   std::visit(LossKeeper{input}, event);
 }
@@ -113,6 +123,7 @@ std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity 
                                    bool isAlone) {
   const InputLosses& losses = record.losses;
   std::vector<std::string> texts;
+  if (record.failure) texts.push_back(*record.failure);
   if (isAlone && record.format == "http" && losses.holdsRequests != losses.holdsResponses) {
     texts.push_back(
         fmt::format("it is one direction, the {} are not held (--request and --response read both)",

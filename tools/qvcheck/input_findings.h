@@ -13,6 +13,9 @@ class CaptureInput;
 // A finding for a fact about an input.
 Finding findingForInput(const capture::InputNote& note);
 
+// For an input that could not be read, or not to its end.
+Finding findingForFailure(const InputRecord& input);
+
 // Keeps in the record of the input what the event tells about the traffic that it does not hold.
 void noteLosses(const capture::CaptureEvent& event, CaptureInput& input);
 

@@ -79,8 +79,9 @@ int work(const WorkerTask& task, std::size_t index, int records) {
   try {
     end.goesOn = task.check(index, report, complaints);
   } catch (const std::exception& fault) {
-    complaints << "qvcheck: " << escaped(task.nameOf(index))
-               << ": fault of the tool itself: " << fault.what() << '\n';
+    const std::string text = fmt::format("fault of the tool itself: {}", fault.what());
+    complaints << "qvcheck: " << escaped(task.nameOf(index)) << ": " << text << '\n';
+    task.lost(index, text, report);
     report.noteOutcome(ExitCode::toolFault);
     report.noteIncomplete();
   }
@@ -215,11 +216,12 @@ bool Workers::replay(const Worker& worker) {
   report_.noteIncomplete();
   if (interrupted) return false;
   report_.noteOutcome(ExitCode::toolFault);
-  err_ << fmt::format("qvcheck: {}: its worker ended before the input did ({})\n",
-                      escaped(task_.nameOf(worker.index)),
-                      WIFSIGNALED(worker.status)
-                          ? fmt::format("signal {}", WTERMSIG(worker.status))
-                          : fmt::format("exit {}", WEXITSTATUS(worker.status)));
+  const std::string text =
+      fmt::format("its worker ended before the input did ({})",
+                  WIFSIGNALED(worker.status) ? fmt::format("signal {}", WTERMSIG(worker.status))
+                                             : fmt::format("exit {}", WEXITSTATUS(worker.status)));
+  err_ << fmt::format("qvcheck: {}: {}\n", escaped(task_.nameOf(worker.index)), text);
+  task_.lost(worker.index, text, report_);
   return true;
 }
 

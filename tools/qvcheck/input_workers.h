@@ -18,6 +18,8 @@ struct WorkerTask {
   // Checks one input; false when nothing is to be read behind it. Runs in a process of its own.
   std::function<bool(std::size_t index, Report& report, std::ostream& err)> check;
   std::function<std::string(std::size_t index)> nameOf;
+  // Reports what is to be said of an input that could not be checked to its end.
+  std::function<void(std::size_t index, const std::string& text, Report& report)> lost;
   // Told here, once everything of an input was reported.
   std::function<void(std::size_t index)> reported = [](std::size_t) {};
 };

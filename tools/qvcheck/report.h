@@ -59,16 +59,18 @@ struct InputLosses {
   bool holdsResponses = false;
 };
 
-// One capture that was read: a file, a directory of pieces or standard input.
+// One capture: a file, pieces of a directory or standard input.
 struct InputRecord {
   std::size_t input = 0;
   std::string name;
-  std::string format;
+  std::string format;    // empty when it could not be told
   std::string fidelity;  // exact, reconstructed or damaged
   std::size_t bytes = 0;
   bool complete = true;
   std::vector<std::string> lost;  // in words, what of the traffic it does not hold; once it is read
   InputLosses losses;             // what they are made of; in no report
+  // Why it could not be read, or not to its end; in no report but as a finding.
+  std::optional<std::string> failure;
   Bytes head;                     // its first bytes, as far as they were read; in no report
 };
 

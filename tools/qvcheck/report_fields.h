@@ -64,7 +64,7 @@ template <class F, Is<InputRecord> R>
 void fields(F& f, R& r) {
   f("input", r.input);
   f("name", r.name);
-  f("format", r.format);
+  f("format", orNull(r.format));
   f("fidelity", r.fidelity);
   f("bytes", r.bytes);
   f("complete", r.complete);

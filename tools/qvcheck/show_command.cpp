@@ -116,7 +116,7 @@ void showInput(CaptureInput& input, const ShowOptions& options, Shower& shower, 
   shower.begin(input);
   bool ended = false;
   while (shower.wantsMore() && !ended) {
-    const auto event = input.reader().next();
+    const auto event = input.next();
     ended = !event;
     if (event) shower.show(*event);
   }

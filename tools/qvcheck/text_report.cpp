@@ -80,9 +80,9 @@ void TextReport::input(const InputRecord& record) {
   if (style_.verbose) {
     closeBlock();
     separate(false);
-    out_ << fmt::format("{}: {}, {}, {}, {}\n", escaped(record.name), record.format,
-                        record.fidelity, counted(record.bytes, "byte"),
-                        record.complete ? "complete" : "incomplete");
+    out_ << fmt::format("{}: {}, {}, {}, {}\n", escaped(record.name),
+                        record.format.empty() ? "unknown form" : record.format, record.fidelity,
+                        counted(record.bytes, "byte"), record.complete ? "complete" : "incomplete");
   }
   if (record.lost.empty()) return;
   const std::string_view form = record.format == "har" ? "HTTP archive; " : "";

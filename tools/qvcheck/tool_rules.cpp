@@ -41,6 +41,12 @@ constexpr QVRule kRules[] = {
      "before has another length than it says. This is a fact about the input, not a fault of the "
      "peer. When a whole message may be lost, later responses of the connection are not judged.",
      "a stream of responses that begins with \"true}]}\""},
+    {"input.empty",
+     {},
+     "An input holds traffic. There was nothing in this one that could be checked; the text says "
+     "what there was instead. Usual causes are a capture filter that matches nothing, a recording "
+     "that never began, and traffic in a tunnel, which is not looked into.",
+     "a packet file that holds its header alone"},
     {"input.gap",
      {},
      "The input holds every byte that went over the wire. These were received by the other side, "
@@ -57,9 +63,11 @@ constexpr QVRule kRules[] = {
      "Content-Length: 100, and 40 bytes until the end of the file"},
     {"input.left-out",
      {},
-     "What the input holds is HTTP over TCP. Packets of a link type that is not read, or "
-     "connections on which no HTTP was seen, were left out. If one of them is the accessory's: it "
-     "may be encrypted, or --port is wrong.",
+     "What the input holds is HTTP over TCP. Packets of a link type that is not read, connections "
+     "on which no HTTP was seen, entries with addresses of other kinds, or files of a directory "
+     "that "
+     "are no captures were left out. If a connection is the accessory's: it may be encrypted, or "
+     "--port is wrong.",
      "a packet file with web traffic on port 443"},
     {"input.limit",
      {},
@@ -72,6 +80,13 @@ constexpr QVRule kRules[] = {
      "The input holds event notifications as well. An HTTP archive has requests and their "
      "responses alone, so nothing is said about events.",
      "household.har"},
+    {"input.order",
+     {},
+     "The pieces of an input continue each other. They are read in the order of their names, with "
+     "numbers compared as numbers, and this one begins earlier than the one in front of it ends. "
+     "Either the names give another order than the capture had, or the files are captures of their "
+     "own with names that differ in numbers alone; what lies across them may be paired wrongly.",
+     "night1.pcap, recorded at 23:00, and night2.pcap, recorded at 22:00"},
     {"input.overlap",
      {},
      "Bytes of a stream that come twice are the same both times. Two packets give different bytes "
@@ -99,6 +114,13 @@ constexpr QVRule kRules[] = {
      "capture began too late, bytes were lost, or the end of a message was guessed. It is not "
      "judged; each reason is reported once for a connection.",
      "three responses, but only two requests"},
+    {"input.unreadable",
+     {},
+     "An input can be read to its end. It is not there, may not be opened, begins like no form "
+     "that "
+     "is read, or cannot be read on from some place; the text says which. What was read before "
+     "counts.",
+     "qvcheck traffic --profile lamp.xml run1.pacp"},
     {"json.repeated-key",
      {},
      "An object in a JSON body has each key once. Of a repeated key the last value counts here; "

@@ -17,6 +17,30 @@ namespace qv::check {
 
 namespace {
 
+void reportFailure(const InputRecord& input, Report& report) {
+  Finding finding = findingForFailure(input);
+  finding.finding = report.nextFinding();
+  report.finding(finding);
+}
+
+void closeInput(const TrafficOptions& options, CaptureInput& input, Report& report,
+                std::ostream& err) {
+  for (const auto& record : input.close(err)) {
+    if (record->failure && options.report.judges()) reportFailure(*record, report);
+    report.input(*record);
+  }
+}
+
+// For an input that nobody finished.
+void reportLoss(const CaptureInput& input, const std::string& text, Report& report) {
+  for (InputRecord record : input.unread()) {
+    record.failure = text;
+    record.lost = {text};
+    reportFailure(record, report);
+    report.input(record);
+  }
+}
+
 // False when the run is to stop behind it. A worker has no outputs.
 bool readInput(const TrafficOptions& options, CaptureInput& input, Report& report,
                OutputFiles* outputs, Progress* progress, std::ostream& err) {
@@ -25,13 +49,14 @@ bool readInput(const TrafficOptions& options, CaptureInput& input, Report& repor
   if (!input.open(options, err)) {
     report.noteOutcome(ExitCode::inputDamaged);
     report.noteIncomplete();
+    closeInput(options, input, report, err);
     return SignalWatch::signal() == 0;
   }
   std::optional<CaptureCheck> check;
   if (options.report.judges()) check.emplace(report, input);
   bool goesOn = true;
   while (goesOn) {
-    const auto event = SignalWatch::signal() == 0 ? input.reader().next() : std::nullopt;
+    const auto event = SignalWatch::signal() == 0 ? input.next() : std::nullopt;
     // What a signal cut off is no fact about the input.
     if (!event || SignalWatch::signal() != 0) break;
     noteLosses(*event, input);
@@ -45,7 +70,7 @@ bool readInput(const TrafficOptions& options, CaptureInput& input, Report& repor
   if (interrupted) report.noteIncomplete();
   if (outputs != nullptr) outputs->endInput(input, !goesOn || interrupted);
   if (progress != nullptr) progress->clear();
-  for (const auto& record : input.close(err)) report.input(*record);
+  closeInput(options, input, report, err);
   return goesOn && !interrupted;
 }
 
@@ -75,6 +100,9 @@ void readInputs(const TrafficOptions& options, Report& report, OutputFiles& outp
                                                 complaints);
                              },
                              [&](std::size_t index) { return inputs[index]->name(); },
+                             [&](std::size_t index, const std::string& text, Report& whole) {
+                               reportLoss(*inputs[index], text, whole);
+                             },
                              [&](std::size_t index) {
                                const auto size = sizeOf({inputs[index]->name()});
                                if (progress != nullptr) progress->read(size.value_or(0));
