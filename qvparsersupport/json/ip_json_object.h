@@ -152,7 +152,10 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
 
  protected:
   // Whether the value is a dictionary with the key.
-  bool hasKey(QVIPJSONKey key) const { return rawNode(key) != nullptr; }
+  bool hasKey(QVIPJSONKey key) const {
+    std::size_t position = 0;
+    return rawNode(key, position) != nullptr;
+  }
   // True in a class whose required "value" a "status" read before it excuses.
   virtual bool statusExcusesValue() const { return false; }
   // Tells how many keys the class is about to read and how many of them as child objects, which
@@ -176,7 +179,8 @@ class QV_EXPORT QVIPJSONObject : public std::enable_shared_from_this<QVIPJSONObj
   }
   std::optional<Value> rawValue(QVIPJSONKey key) const;
   // The same without a handle: good while this object keeps its value; null when the key is absent.
-  const Value::Node* rawNode(QVIPJSONKey key) const;
+  // Sets the position of the key.
+  const Value::Node* rawNode(QVIPJSONKey key, std::size_t& position) const;
   // The last read of the key that obtained something.
   const QVIPJSONJournal::Entry* readThatFilled(QVIPJSONKey key) const;
   void extractObject(QVIPJSONKey key, Maker maker, bool required);

@@ -12,7 +12,8 @@ namespace qv {
 // and the raw value there. `Visitor` has `visits(object)`, whether an object below the root is of
 // interest at all, `enters(object)`, whether its parts are, `object(object, pointer, value)`, and
 // `entry(object, entry, error, pointer)` for each journal entry, and `full()`, which ends the walk.
-// Without `kShowsValues` the raw values below the root are left out.
+// Without `kShowsValues` the raw values below the root are left out, without `kShowsPlaces` the
+// pointers.
 class QVIPJSONTreeWalk {
  public:
   template <class Visitor>
@@ -28,6 +29,9 @@ class QVIPJSONTreeWalk {
   }
   static bool names(const QVIPJSONObject& object, std::string_view key) {
     return object.journal_.names(key);
+  }
+  static bool marksAll(const QVIPJSONObject& object, std::size_t keys) {
+    return object.journal_.marksAll(keys);
   }
 
  private:
@@ -62,9 +66,9 @@ class QVIPJSONTreeWalk {
       const QVIPJSONKey key = QVIPJSONJournal::keyOf(entry);
       std::optional<Value> value;
       if (Visitor::kShowsValues) value = rawValue(*frame.object, key);
-      appendJSONPointerKey(pointer_, key.text());
+      if (Visitor::kShowsPlaces) appendJSONPointerKey(pointer_, key.text());
       if (many != nullptr) {
-        appendJSONPointerIndex(pointer_, frame.child);
+        if (Visitor::kShowsPlaces) appendJSONPointerIndex(pointer_, frame.child);
         if (value) value = value->at(frame.child);
       }
       ++frame.child;
@@ -102,6 +106,7 @@ std::string shown(const std::optional<Value>& value) {
 class FaultCollector {
  public:
   static constexpr bool kShowsValues = true;
+  static constexpr bool kShowsPlaces = true;
   explicit FaultCollector(std::size_t limit) : limit_(limit) {}
   std::vector<QVIPJSONFault> take() { return std::move(faults_); }
 
@@ -150,26 +155,57 @@ class FaultCollector {
   std::vector<QVIPJSONFault> faults_;
 };
 
+// Whether a key of the value was not read by the object, from that position on; sets the position.
+bool findUnreadKey(const QVIPJSONObject& object, std::size_t& position) {
+  const Value& value = *object.jsonObject();
+  if (QVIPJSONTreeWalk::marksAll(object, value.count())) return false;
+  while (position < value.count() && QVIPJSONTreeWalk::names(object, value.keyAt(position))) {
+    ++position;
+  }
+  return position < value.count();
+}
+
+// A text or number has no keys, and most objects of a database are such.
+bool hasKeys(const QVIPJSONObject& object) {
+  return object.jsonObject() && object.jsonObject()->isDictionary();
+}
+
+// Whether there is any unread key: mostly there is none, and no place has to be composed.
+class UnreadKeyDetector {
+ public:
+  static constexpr bool kShowsValues = false;
+  static constexpr bool kShowsPlaces = false;
+
+  bool full() const { return found_; }
+  static bool enters(const QVIPJSONObject&) { return true; }
+  static bool visits(const QVIPJSONObject& object) { return hasKeys(object); }
+  void object(const QVIPJSONObject& object, const std::string&, const std::optional<Value>&) {
+    std::size_t position = 0;
+    found_ = found_ || (hasKeys(object) && findUnreadKey(object, position));
+  }
+  static void entry(const QVIPJSONObject&, const QVIPJSONJournal::Entry&, const std::string*,
+                    const std::string&) {}
+
+ private:
+  bool found_ = false;
+};
+
 class UnreadKeyCollector {
  public:
   static constexpr bool kShowsValues = false;
+  static constexpr bool kShowsPlaces = true;
   explicit UnreadKeyCollector(std::size_t limit) : limit_(limit) {}
   std::vector<JSONKeyPlace> take() { return std::move(places_); }
 
   bool full() const { return places_.size() >= limit_; }
   static bool enters(const QVIPJSONObject&) { return true; }
-  // A text or number has no keys, and most objects of a database are such.
-  static bool visits(const QVIPJSONObject& object) {
-    return object.jsonObject() && object.jsonObject()->isDictionary();
-  }
+  static bool visits(const QVIPJSONObject& object) { return hasKeys(object); }
 
   void object(const QVIPJSONObject& object, const std::string& pointer,
               const std::optional<Value>&) {
-    if (!visits(object)) return;
-    const std::optional<Value>& value = object.jsonObject();
-    for (std::size_t i = 0; i < value->count() && !full(); ++i) {
-      const std::string_view key = value->keyAt(i);
-      if (QVIPJSONTreeWalk::names(object, key)) continue;
+    if (!hasKeys(object)) return;
+    for (std::size_t i = 0; !full() && findUnreadKey(object, i); ++i) {
+      const std::string_view key = object.jsonObject()->keyAt(i);
       JSONKeyPlace& place = places_.emplace_back(JSONKeyPlace{pointer, std::string(key), {}});
       appendJSONPointerKey(place.pointer, key);
     }
@@ -192,6 +228,9 @@ std::vector<QVIPJSONFault> faultsOfTree(const QVIPJSONObject& root,
 }
 
 std::vector<JSONKeyPlace> unreadKeysOfTree(const QVIPJSONObject& root, std::size_t limit) {
+  UnreadKeyDetector detector;
+  QVIPJSONTreeWalk::walk(root, root.jsonObject(), detector);
+  if (!detector.full()) return {};
   UnreadKeyCollector collector(limit);
   QVIPJSONTreeWalk::walk(root, root.jsonObject(), collector);
   return collector.take();

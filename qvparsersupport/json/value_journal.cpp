@@ -46,6 +46,7 @@ void QVIPJSONJournal::grow(std::size_t entries, std::size_t details) {
   if (old != nullptr) {
     larger->faults = std::move(old->faults);
     larger->size = old->size;
+    larger->marks = old->marks;
     std::uninitialized_copy_n(old->entries(), old->size, larger->entries());
     if (old->detailCapacity > 0) {
       larger->details = old->details;

@@ -90,6 +90,10 @@ class QV_EXPORT QVIPJSONJournal {
     std::construct_at(reads()->entries() + reads()->size++, Entry{key.c_str(), type, outcome});
   }
   void add(QVIPJSONKey key, QVIPJSONValueType type, Detail detail);
+  // The last read was of the key at that position in the value; the journal is not empty.
+  void markRead(std::size_t position) {
+    if (position < kMarks) reads()->marks |= std::uint64_t{1} << position;
+  }
   // Makes the last read faulty; the journal is not empty.
   void setLastError(std::string text);
   // The fault of the object itself, which few have; null for none.
@@ -100,6 +104,12 @@ class QV_EXPORT QVIPJSONJournal {
 
   // Whether an entry is of this key.
   bool names(std::string_view key) const;
+  // Whether each of so many keys of the value is known to have been read without looking further.
+  // When not, `names` tells.
+  bool marksAll(std::size_t keys) const {
+    const std::uint64_t marks = reads() == nullptr ? 0 : reads()->marks;
+    return keys == 0 || (keys <= kMarks && marks == ~std::uint64_t{0} >> (kMarks - keys));
+  }
   std::size_t size() const { return reads() == nullptr ? 0 : reads()->size; }
   const Entry& operator[](std::size_t index) const { return reads()->entries()[index]; }
   // Null when the entry has none.
@@ -118,6 +128,7 @@ class QV_EXPORT QVIPJSONJournal {
   }
 
  private:
+  static constexpr std::size_t kMarks = 64;
   struct Faults {
     struct OfRead {
       std::ptrdiff_t entry;
@@ -138,6 +149,7 @@ class QV_EXPORT QVIPJSONJournal {
     std::uint32_t detailCapacity = 0;
     std::uint32_t size = 0;
     std::uint32_t capacity = 0;
+    std::uint64_t marks = 0;  // of the positions that were read
     Entry* entries() { return reinterpret_cast<Entry*>(this + 1); }
   };
   void forget();

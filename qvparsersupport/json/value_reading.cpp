@@ -54,8 +54,12 @@ std::optional<Value> QVIPJSONObject::rawValue(QVIPJSONKey key) const {
   return jsonObject_ ? jsonObject_->find(key.text()) : std::nullopt;
 }
 
-const Value::Node* QVIPJSONObject::rawNode(QVIPJSONKey key) const {
-  return jsonObject_ ? ValueBuilder::find(ValueBuilder::node(*jsonObject_), key.text()) : nullptr;
+const Value::Node* QVIPJSONObject::rawNode(QVIPJSONKey key, std::size_t& position) const {
+  if (!jsonObject_ || !jsonObject_->isDictionary()) return nullptr;
+  const Value::Node& dictionary = ValueBuilder::node(*jsonObject_);
+  const ValueEntryNode* const entries = ValueBuilder::entries(dictionary);
+  position = findEntry(entries, dictionary.size, key.text());
+  return position < dictionary.size ? &entries[position].value : nullptr;
 }
 
 void QVIPJSONObject::addAbsence(QVIPJSONKey key, QVIPJSONValueType type, bool required) {
@@ -68,7 +72,8 @@ void QVIPJSONObject::addAbsence(QVIPJSONKey key, QVIPJSONValueType type, bool re
 
 void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, QVIPJSONValueType type, bool required) {
   const JSONValidationGuard guard;
-  const Value::Node* raw = rawNode(key);
+  std::size_t position = 0;
+  const Value::Node* raw = rawNode(key, position);
   if (raw == nullptr) {
     addAbsence(key, type, required);
     return;
@@ -78,9 +83,11 @@ void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, QVIPJSONValueType type,
   const bool nullBoolean = type == QVIPJSONValueType::boolean && raw->type == Value::Type::null;
   if (!kind->accepts(*raw) && !nullBoolean) {
     addFault(key, type, kind->text);
+    journal_.markRead(position);
     return;
   }
   journal_.add(key, type, QVIPJSONJournal::kRaw);
+  journal_.markRead(position);
   if (statusExcusesValue() && key.text() == "status") sawFailStatus = true;
 }
 
@@ -97,7 +104,8 @@ void QVIPJSONObject::extractValueForDisallowedKey(QVIPJSONKey key, QVIPJSONValue
 void QVIPJSONObject::extractObject(QVIPJSONKey key, Maker maker, bool required) {
   const JSONValidationGuard guard;
   constexpr auto kType = QVIPJSONValueType::object;
-  const Value::Node* raw = rawNode(key);
+  std::size_t position = 0;
+  const Value::Node* raw = rawNode(key, position);
   if (raw == nullptr) {
     addAbsence(key, kType, required);
     return;
@@ -106,18 +114,21 @@ void QVIPJSONObject::extractObject(QVIPJSONKey key, Maker maker, bool required) 
   auto child = maker(journal_.arena(), ValueBuilder::share(*raw, *jsonObject_), self);
   if (self == nullptr && isFaulty(*child)) setChildObjectHasError(true);
   journal_.add(key, kType, std::move(child));
+  journal_.markRead(position);
 }
 
 void QVIPJSONObject::extractArray(QVIPJSONKey key, Maker maker, bool required) {
   const JSONValidationGuard guard;
   constexpr auto kType = QVIPJSONValueType::array;
-  const Value::Node* raw = rawNode(key);
+  std::size_t position = 0;
+  const Value::Node* raw = rawNode(key, position);
   if (raw == nullptr) {
     addAbsence(key, kType, required);
     return;
   }
   if (raw->type != Value::Type::array) {
     addFault(key, kType, jsonKind(kType)->text);
+    journal_.markRead(position);
     return;
   }
   const auto self = weak_from_this().lock();
@@ -133,12 +144,16 @@ void QVIPJSONObject::extractArray(QVIPJSONKey key, Maker maker, bool required) {
     setChildObjectHasError(true);
   }
   journal_.add(key, kType, std::move(children));
+  journal_.markRead(position);
 }
 
 void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, const ValueTransformer& valueTransformer) {
   const JSONValidationGuard guard;
   constexpr auto kType = QVIPJSONValueType::unspecified;
-  const std::optional<Value> raw = rawValue(key);
+  std::size_t position = 0;
+  const Value::Node* const node = rawNode(key, position);
+  std::optional<Value> raw;
+  if (node != nullptr) raw = ValueBuilder::share(*node, *jsonObject_);
   if (!raw && statusExcusesValue() && !sawFailStatus) {
     addFault(key, kType, notProvided(key));
     return;
@@ -155,6 +170,7 @@ void QVIPJSONObject::extractValueForKey(QVIPJSONKey key, const ValueTransformer&
   } else {
     journal_.add(key, kType, std::move(*value));
   }
+  if (node != nullptr) journal_.markRead(position);
   if (!fault) return;
   journal_.setLastError(std::move(*fault));
   setChildObjectHasError(true);
