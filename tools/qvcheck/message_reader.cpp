@@ -34,9 +34,8 @@ std::optional<ByteView> bodyOf(const FramedMessage& message) {
   return ByteView(*message.body);
 }
 
-// The record as far as the bytes alone tell it.
-MessageRecord recordOf(const FramedMessage& message, const QVHTTPMessage& http) {
-  MessageRecord record;
+// Fills in what the bytes alone tell.
+void describe(const FramedMessage& message, const QVHTTPMessage& http, MessageRecord& record) {
   record.direction = nameOf(message.direction);
   record.kind = kindName(message.kind);
   record.offset = message.headerOffset;
@@ -49,7 +48,6 @@ MessageRecord recordOf(const FramedMessage& message, const QVHTTPMessage& http) 
   } else {
     record.code = http.responseCode();
   }
-  return record;
 }
 
 const char* reasonFor(Completeness completeness) {
@@ -81,21 +79,22 @@ std::string_view nameOf(Direction direction) {
 ReadMessage MessageReader::read(const capture::ExchangeRecord& record, const FramedMessage& message,
                                 std::size_t number, const std::string& inputName) {
   ReadMessage read;
-  read.http = QVHTTPMessage::initWithHeader(message.header, std::nullopt);
   MessageRecord& out = read.record;
-  out = recordOf(message, *read.http);
+  const auto open = record.answers ? open_.find(*record.answers) : open_.end();
+  const OpenRequest* request = open == open_.end() ? nullptr : &open->second;
+  read.typed = classify(record, message, request, out);
+  read.http = read.typed != nullptr ? read.typed->httpMessage()
+                                    : QVHTTPMessage::initWithHeader(message.header, std::nullopt);
+  describe(message, *read.http, out);
   out.message = number;
   out.connection = connection_;
   out.inputName = inputName;
   out.timeNs = record.place.timeNs;
-  const auto open = record.answers ? open_.find(*record.answers) : open_.end();
-  const OpenRequest* request = open == open_.end() ? nullptr : &open->second;
   if (request != nullptr) {
     out.answers = request->message;
     out.method = request->method;
     out.url = request->url;
   }
-  read.typed = classify(record, message, request, out);
   if (const auto& typed = read.typed) {
     if (auto* pairing = dynamic_cast<QVIPTLV8PayloadMessage*>(typed.get())) pairing->tlv8Payload();
     out.className = typed->className();

@@ -18,7 +18,7 @@ std::string_view nameOf(capture::Direction direction);
 
 struct ReadMessage {
   MessageRecord record;
-  std::shared_ptr<QVHTTPMessage> http;  // without the body
+  std::shared_ptr<QVHTTPMessage> http;  // of an untyped message without the body
   std::shared_ptr<QVIPMessage> typed;   // null when it is not judged or no class recognises it
 };
 
