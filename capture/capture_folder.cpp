@@ -194,22 +194,31 @@ std::optional<FolderContents> capturesIn(const std::string& directory, CaptureFo
   return std::move(folder.contents);
 }
 
-std::optional<std::vector<std::string>> streamIn(const std::string& directory, Direction direction,
-                                                 ErrorSlot errorDescription) {
+std::optional<FolderContents> streamIn(const std::string& directory, Direction direction,
+                                       ErrorSlot errorDescription) {
   auto contents = capturesIn(directory, CaptureForm::http, errorDescription);
   if (!contents) return std::nullopt;
   const auto named =
       direction == Direction::toAccessory ? &FolderCapture::requests : &FolderCapture::responses;
-  for (const auto list : {named, &FolderCapture::files}) {
-    const auto isThere = [&](const FolderCapture& capture) { return !(capture.*list).empty(); };
-    const auto count = std::ranges::count_if(contents->captures, isThere);
-    if (count > 1) {
-      return fail(errorDescription,
-                  fmt::format("the directory holds {} streams of that direction", count));
-    }
-    if (count == 1) return std::move((*std::ranges::find_if(contents->captures, isThere)).*list);
+  std::vector<std::vector<std::string>> streams;
+  std::vector<std::vector<std::string>> others;
+  for (FolderCapture& capture : contents->captures) {
+    if (!(capture.*named).empty()) streams.push_back(std::move(capture.*named));
+    if (!capture.files.empty()) others.push_back(std::move(capture.files));
   }
-  return fail(errorDescription, "the directory holds no stream of that direction");
+  if (streams.empty()) streams.swap(others);
+  if (streams.size() != 1) {
+    return fail(errorDescription,
+                fmt::format("the directory holds {} streams of that direction",
+                            streams.empty() ? "no" : fmt::format("{}", streams.size())));
+  }
+  for (const std::vector<std::string>& paths : others) {
+    for (const std::string& path : paths) {
+      contents->unknown.push_back(std::filesystem::path(path).filename().string());
+    }
+  }
+  contents->captures = {{.requests = {}, .responses = {}, .files = std::move(streams.front())}};
+  return contents;
 }
 
 }  // namespace qv::capture

@@ -44,10 +44,10 @@ QV_EXPORT std::optional<FolderContents> capturesIn(const std::string& directory,
                                                    CaptureForm form = CaptureForm::automatic,
                                                    ErrorSlot errorDescription = nullptr);
 
-// The pieces of the one stream of that direction that a directory holds. Null, with a text, when
-// there is none or more than one.
-QV_EXPORT std::optional<std::vector<std::string>> streamIn(const std::string& directory,
-                                                           Direction direction,
-                                                           ErrorSlot errorDescription = nullptr);
+// The one stream of that direction that a directory holds, as the `files` of its only capture, and
+// what else is there but streams of the other direction. Null, with a text, when there is none or
+// more than one.
+QV_EXPORT std::optional<FolderContents> streamIn(const std::string& directory, Direction direction,
+                                                 ErrorSlot errorDescription = nullptr);
 
 }  // namespace qv::capture

@@ -30,10 +30,10 @@ struct OpenOptions {
 // Opens a capture of the given form, compressed with gzip or not. Looks at no more bytes than it
 // takes to tell the form apart, so a pipe can be opened before there is much in it.
 //
-// An empty input may be a stream, or records, and has no format. A JSON object is an HTTP archive when it has the key
-// "log", and a record when it has one of a record's keys before. The direction of a raw stream is
-// told by its first message; where one is asked for that begins with something else, by the first
-// start line in its beginning.
+// An empty input may be a stream, or records, and has no format. A JSON object is an HTTP archive
+// when it has the key "log", and a record when it has one of a record's keys before. The direction
+// of a raw stream is told by its first message; where one is asked for that begins with something
+// else, by the first start line in its beginning.
 //
 // Null, with a text, when the form cannot be told, or is not the given one as far as that shows at
 // the beginning.

@@ -81,8 +81,9 @@ class HARReader : public CaptureReader {
 
   std::string_view format() const override { return "har"; }
   std::string contents() const override {
-    return entryCount_ == 0 ? "no entries"
-                            : fmt::format("{} entries, none that can be read", entryCount_);
+    if (entryCount_ == 0) return "no entries";
+    return fmt::format("{} entr{}, none that can be read", entryCount_,
+                       entryCount_ == 1 ? "y" : "ies");
   }
   Fidelity fidelity() const override { return fidelity_; }
 

@@ -39,8 +39,13 @@ class PieceSegments final : public PacketSegments {
   bool openNext() {
     while (opened_ < paths_.size()) {
       source_ = open_(paths_[opened_++]);
+      const auto peeked = std::make_shared<PeekedSource>(source_);
+      if (peeked->peek(1).empty() && !peeked->error()) {
+        add({InputNoteKind::leftOut, "it is empty", 0, 0, {}, {}, {}});
+        continue;
+      }
       std::optional<std::string> error;
-      file_ = PacketSegments::open(source_, &error);
+      file_ = PacketSegments::open(peeked, &error);
       if (file_ != nullptr) {
         if (format_.empty()) format_ = file_->format();
         return true;

@@ -109,6 +109,14 @@ def check_directories():
         expect("streams in pieces", reported(*profile, stream_pieces), whole)
         expect("streams in pieces, by direction",
                reported(*profile, "--request", stream_pieces, "--response", stream_pieces), whole)
+        single = pathlib.Path(folder, "single")
+        single.mkdir()
+        for name in ("req", "rsp"):
+            (single / f"1.{name}").write_bytes((captures / f"household-access-faulty.{name}").read_bytes())
+        expect("a stream in one piece", reported(*profile, "--request", single, "--response", single), whole)
+        (single / "README").write_text("hello")
+        expect("what lies beside a stream", inputs_and_remarks(folder, "--request", "single")[1],
+               ["single", "input.left-out", "files of other forms than the one asked for left out of single: 1 (README)"])
         expect("number of findings in pieces", len(whole) > 150, True)
 
 
@@ -140,6 +148,7 @@ def check_what_a_directory_holds():
         # Of two pieces the first is the later one.
         (day / "run.pcap1").write_bytes(packets)
         (day / "run.pcap2").write_bytes(earlier(packets, 3600))
+        (day / "run.pcap3").write_bytes(b"")
         archives = [[["day/%s.har" % name, "input.no-events", "an HTTP archive holds no event notifications"],
                      [number, "day/%s.har" % name, "har", True,
                       ["header blocks are reconstructed", "event notifications are not held"]]]
@@ -149,6 +158,7 @@ def check_what_a_directory_holds():
             ["day/1.har", "input.left-out", "directories or the like left out of day: 1 (old)"], *archives[0], *archives[1],
             ["day/run.pcap*", "input.order",
              "day/run.pcap2: it begins 3600 s before the piece in front of it ends"],
+            ["day/run.pcap*", "input.left-out", "day/run.pcap3: it is empty"],
             [3, "day/run.pcap*", "pcap", True, []],
             *([number, f"day/run{name}", "http", True, []]
               for number, name in enumerate(("1.req", "1.rsp", "10.req", "10.rsp"), 4))])

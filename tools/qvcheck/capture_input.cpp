@@ -97,6 +97,10 @@ bool isTrafficOrWhyNot(const capture::CaptureEvent& event) {
   return damage == nullptr || damage->kind != capture::DamageKind::emptyLines;
 }
 
+constexpr std::string_view kOfNoForm = "files of no form that is read";
+constexpr std::string_view kOfOtherForm = "files of other forms than the one asked for";
+constexpr std::string_view kNoFiles = "directories or the like";
+
 void addLeftOut(std::deque<capture::InputNote>& notes, const std::string& directory,
                 std::string_view what, std::vector<std::string> names) {
   constexpr std::size_t kMostNamed = 10;
@@ -147,11 +151,17 @@ std::vector<std::unique_ptr<CaptureInput>> CaptureInput::all(const CaptureOption
 
 void CaptureInput::addStream(const std::string& name, Direction direction) {
   records_.push_back(recordFor(name));
+  InputRecord& record = *records_.back();
   if (!isDirectory(name)) return;
   std::optional<std::string> error;
-  auto pieces = capture::streamIn(name, direction, &error);
-  if (!pieces) records_.back()->failure = textOrNull(error);
-  if (pieces) piecesOf(*records_.back()) = *std::move(pieces);
+  auto contents = capture::streamIn(name, direction, &error);
+  if (!contents) {
+    record.failure = textOrNull(error);
+    return;
+  }
+  piecesOf(record) = std::move(contents->captures.front().files);
+  addLeftOut(notes_, name, kOfOtherForm, std::move(contents->unknown));
+  addLeftOut(notes_, name, kNoFiles, std::move(contents->notFiles));
 }
 
 void CaptureInput::addDirectory(const std::string& name, capture::CaptureForm form,
@@ -181,8 +191,9 @@ void CaptureInput::addDirectory(const std::string& name, capture::CaptureForm fo
     }
   }
   std::deque<capture::InputNote>& notes = inputs[first]->notes_;
-  addLeftOut(notes, name, "files of no form that is read", std::move(contents->unknown));
-  addLeftOut(notes, name, "directories or the like", std::move(contents->notFiles));
+  addLeftOut(notes, name, form == capture::CaptureForm::automatic ? kOfNoForm : kOfOtherForm,
+             std::move(contents->unknown));
+  addLeftOut(notes, name, kNoFiles, std::move(contents->notFiles));
 }
 
 void CaptureInput::fail(InputRecord& record, std::string text, std::ostream& err) {
@@ -203,7 +214,8 @@ std::shared_ptr<ByteSource> CaptureInput::sourceOf(InputRecord& record, std::ost
     bytes = std::make_shared<capture::FilesSource>(pieces);
   } else {
     std::optional<std::string> error;
-    bytes = openNamedFile(record.name, beforeWaiting_, &error).bytes;
+    const std::string& path = pieces.empty() ? record.name : pieces.front();
+    bytes = openNamedFile(path, beforeWaiting_, &error).bytes;
     if (bytes == nullptr) {
       fail(record, textOrNull(error), err);
       return nullptr;
