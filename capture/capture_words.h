@@ -38,6 +38,11 @@ inline constexpr Word<Completeness> kCompletenessWords[] = {
     {Completeness::bytesMissing, "bytes_missing"},
     {Completeness::bodyDamaged, "body_damaged"},
     {Completeness::givenUp, "given_up"},
+    {Completeness::closedInHeader, "closed_in_header"},
+    {Completeness::closedInBody, "closed_in_body"},
+    {Completeness::resetInHeader, "reset_in_header"},
+    {Completeness::resetInBody, "reset_in_body"},
+    {Completeness::abandoned, "abandoned"},
 };
 
 inline constexpr Word<DamageKind> kDamageWords[] = {

@@ -9,24 +9,38 @@ namespace {
 struct CompletenessRow {
   Completeness completeness;
   const char* text;
+  CutKind cut = CutKind::none;
 };
 
 constexpr CompletenessRow kCompletenessTexts[] = {
     {Completeness::complete, ""},
-    {Completeness::headerCut, "the capture ends inside the header"},
-    {Completeness::bodyCut, "the capture ends inside the body"},
+    {Completeness::headerCut, "the capture ends inside the header", CutKind::byCapture},
+    {Completeness::bodyCut, "the capture ends inside the body", CutKind::byCapture},
     {Completeness::chunkUnreadable, "the chunked coding of the body cannot be read on"},
     {Completeness::lengthUnreadable, "the length of the body cannot be told"},
     {Completeness::tooLarge, "larger than the limit"},
     {Completeness::bytesMissing, "the capture lacks bytes of it"},
     {Completeness::bodyDamaged, "its body was changed when the capture was written"},
     {Completeness::givenUp, "given up to keep memory within bounds"},
+    {Completeness::closedInHeader, "the connection was closed inside the header", CutKind::byClose},
+    {Completeness::closedInBody, "the connection was closed inside the body", CutKind::byClose},
+    {Completeness::resetInHeader, "the connection was reset inside the header", CutKind::byReset},
+    {Completeness::resetInBody, "the connection was reset inside the body", CutKind::byReset},
+    {Completeness::abandoned, "it was answered before it was sent to its end", CutKind::abandoned},
 };
+
+const CompletenessRow& rowFor(Completeness completeness) {
+  return *std::ranges::find(kCompletenessTexts, completeness, &CompletenessRow::completeness);
+}
 
 }  // namespace
 
 const char* completenessText(Completeness completeness) {
-  return std::ranges::find(kCompletenessTexts, completeness, &CompletenessRow::completeness)->text;
+  return rowFor(completeness).text;
+}
+
+CutKind cutKindOf(Completeness completeness) {
+  return rowFor(completeness).cut;
 }
 
 std::uint64_t endOf(const StreamItem& item) {

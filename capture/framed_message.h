@@ -36,18 +36,29 @@ enum class BodyFraming : std::uint8_t {
 // Why a message may not be judged as a whole. Only `complete` messages may.
 enum class Completeness : std::uint8_t {
   complete,
-  headerCut,         // the stream ended inside the header
-  bodyCut,           // the stream ended inside the body; what was there is delivered
+  headerCut,         // the capture ended inside the header
+  bodyCut,           // the capture ended inside the body; what was there is delivered
   chunkUnreadable,   // delivered up to the place where the chunked coding broke
   lengthUnreadable,  // the header announces a body whose length cannot be told; no body
   tooLarge,          // larger than the limit; no body, and the header only up to the limit
   bytesMissing,      // the capture lacks bytes in its midst; delivered up to them
   bodyDamaged,       // whoever wrote the capture changed the body
   givenUp,           // to keep memory within bounds; what was there is delivered
+  // All that went over the wire is in the capture, and the connection ended inside the message: its
+  // sender is to blame, or a reset, or nobody, because the answer came before the end of a request.
+  closedInHeader,
+  closedInBody,
+  resetInHeader,
+  resetInBody,
+  abandoned,
 };
 
 // A short text for a report, "the capture ends inside the body"; empty for `complete`.
 QV_EXPORT const char* completenessText(Completeness completeness);
+
+// How the end of a stream cut the message that it is in, if it did.
+enum class CutKind : std::uint8_t { none, byCapture, byClose, byReset, abandoned };
+QV_EXPORT CutKind cutKindOf(Completeness completeness);
 
 enum class FramingNoteKind : std::uint8_t {
   emptyLinesBeforeStartLine,

@@ -17,6 +17,11 @@ std::string counted(std::uint64_t count, std::string_view what) {
   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
 
+StreamEnd endOf(bool ended, bool reset) {
+  if (ended) return StreamEnd::closed;
+  return reset ? StreamEnd::reset : StreamEnd::captureStops;
+}
+
 }  // namespace
 
 // What was said, with its packet.
@@ -235,11 +240,13 @@ void HTTPConnections::close(const TCPEvent& event) {
   const auto found = connections_.find(event.connection);
   Connection& connection = found->second;
   if (connection.conversation != nullptr) {
-    std::array<bool, 2> ended{};
-    ended[static_cast<std::size_t>(connection.directionOf(true))] = event.firstEnded;
-    ended[static_cast<std::size_t>(connection.directionOf(false))] = event.secondEnded;
+    std::array<StreamEnd, 2> ends{};
+    ends[static_cast<std::size_t>(connection.directionOf(true))] =
+        endOf(event.firstEnded, event.firstReset);
+    ends[static_cast<std::size_t>(connection.directionOf(false))] =
+        endOf(event.secondEnded, event.secondReset);
     if (event.givenUp) connection.conversation->giveUp();
-    connection.conversation->finish(ended);
+    connection.conversation->finish(ends);
     noteLate(connection, true, event.firstLate);
     noteLate(connection, false, event.secondLate);
     ready_.emplace_back(ConnectionClosed{connection.number});

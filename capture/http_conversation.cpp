@@ -1,5 +1,6 @@
 #include "capture/http_conversation.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qv::capture {
@@ -61,9 +62,9 @@ void HTTPConversation::skip(Direction direction, std::uint64_t length, CapturePl
   drain(direction);
 }
 
-void HTTPConversation::finish(std::array<bool, 2> ended) {
+void HTTPConversation::finish(std::array<StreamEnd, 2> ends) {
   for (const Direction direction : {Direction::toAccessory, Direction::toController}) {
-    sideOf(direction).framer.finish(ended[static_cast<std::size_t>(direction)]);
+    sideOf(direction).framer.finish(ends[static_cast<std::size_t>(direction)]);
     drain(direction);
     pairing_.finish(direction);
     emitPaired();
@@ -74,7 +75,7 @@ void HTTPConversation::giveUp() {
   for (const Direction direction : {Direction::toAccessory, Direction::toController}) {
     Side& side = sideOf(direction);
     if (side.told == side.position) continue;
-    side.framer.finish(false);
+    side.framer.finish(StreamEnd::captureStops);
     drain(direction, true);
     side.framer = HTTPFramer::inMidstream(direction, side.position, limits_, DamageKind::givenUp);
     side.framer.expectSettling();
@@ -125,12 +126,32 @@ void HTTPConversation::drain(Direction direction, bool givenUp) {
         message->completeness = Completeness::givenUp;
         message->endKnown = false;
       }
+      if (isAbandoned(*message)) message->completeness = Completeness::abandoned;
+      if (message->kind == MessageKind::response) {
+        answered_ = std::max(answered_, mark.acknowledged.value_or(0));
+      }
     }
     pairing_.add(direction, *std::move(item), mark.place, mark.acknowledged);
   }
   // Whatever comes is marked anew.
   if (side.told == side.position) side.recent.clear();
   emitPaired();
+}
+
+// Who has the answer to a request need not send the rest of it (RFC 9110, section 10.1.1), and
+// where nothing of a body came before the answer, none is awaited.
+bool HTTPConversation::isAbandoned(const FramedMessage& message) const {
+  const bool isAnswered = message.direction == Direction::toAccessory &&
+                          answered_ > static_cast<std::int64_t>(message.beginOffset);
+  switch (cutKindOf(message.completeness)) {
+    case CutKind::byClose:
+    case CutKind::byReset:
+      return isAnswered;
+    case CutKind::byCapture:
+      return isAnswered && message.completeness == Completeness::bodyCut && !message.body;
+    default:
+      return false;
+  }
 }
 
 void HTTPConversation::emitPaired() {

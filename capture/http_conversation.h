@@ -34,8 +34,8 @@ class HTTPConversation {
   // Frees what is held: emits what is unfinished, not to be judged, and goes on with the next start
   // lines.
   void giveUp();
-  // Which of the streams, in the same order, came to their ends.
-  void finish(std::array<bool, 2> ended);
+  // How the streams, in the same order, ended.
+  void finish(std::array<StreamEnd, 2> ends);
 
   // What is unfinished, in heap bytes: messages under construction, items that wait, requests
   // without a response.
@@ -62,10 +62,13 @@ class HTTPConversation {
   void mark(Side& side, CapturePlace place, std::optional<std::int64_t> acknowledged);
   static Mark markAt(Side& side, std::uint64_t offset);
   void drain(Direction direction, bool givenUp = false);
+  bool isAbandoned(const FramedMessage& message) const;
   void emitPaired();
 
   FramingLimits limits_;
   std::array<Side, 2> sides_;
+  // How much of the requests the accessory had received when it answered.
+  std::int64_t answered_ = 0;
   ExchangePairing pairing_;
   Emit emit_;
 };

@@ -56,9 +56,9 @@ class HTTPFramer::Impl {
     }
   }
   void expectSettling() { expectsSettling_ = true; }
-  void finish(bool streamEnded) {
+  void finish(StreamEnd end) {
     finished_ = true;
-    streamEnded_ = streamEnded;
+    end_ = end;
   }
 
   std::optional<StreamItem> next() {
@@ -150,6 +150,7 @@ class HTTPFramer::Impl {
   Progress readStrayBody();
   Progress deliverMessage();
   Progress deliverCut(Completeness completeness);
+  Completeness byEnd(Completeness cut) const;
   Progress deliverWithUnknownEnd(Completeness completeness);
 
   void keepBody(std::size_t count) {
@@ -174,7 +175,7 @@ class HTTPFramer::Impl {
   FramingLimits limits_;
   StreamWindow window_;
   bool finished_ = false;
-  bool streamEnded_ = true;
+  StreamEnd end_ = StreamEnd::unknown;
   std::optional<DamageKind> rest_;  // what the item under construction is the rest of, if anything
   std::vector<std::uint64_t> settled_;  // ascending
   bool expectsSettling_ = false;
@@ -367,7 +368,9 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readUntilClose() {
   message_.framing = BodyFraming::untilClose;
   keepBody(window_.view().size());
   if (!isAtEnd()) return Progress::needsInput;
-  if (!streamEnded_) return deliverCut(Completeness::bodyCut);
+  if (end_ == StreamEnd::captureStops || end_ == StreamEnd::reset) {
+    return deliverCut(Completeness::bodyCut);
+  }
   const std::uint64_t length = window_.offset() - message_.bodyOffset;
   if (length > 0) {
     note(FramingNoteKind::bodyEndedByClose, "the body is ended by the close of the connection",
@@ -391,7 +394,8 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::readStrayBody() {
 HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverMessage() {
   message_.endOffset = window_.offset();
   const bool endedByStream =
-      message_.framing == BodyFraming::untilClose || message_.completeness == Completeness::bodyCut;
+      message_.framing == BodyFraming::untilClose ||
+      (!message_.complete() && cutKindOf(message_.completeness) != CutKind::none);
   if (message_.body && endedByStream) {
     const auto result = StartLineSearch(direction_).advance(*message_.body, true);
     if (result.found) {
@@ -458,8 +462,21 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverGap(bool mayHideMessages) {
 // The stream ended inside the message.
 HTTPFramer::Impl::Progress HTTPFramer::Impl::deliverCut(Completeness completeness) {
   window_.consume(window_.view().size());
-  if (message_.complete()) message_.completeness = completeness;
+  if (message_.complete()) message_.completeness = byEnd(completeness);
   return deliverMessage();
+}
+
+// What the end of the stream makes of a message that is cut.
+Completeness HTTPFramer::Impl::byEnd(Completeness cut) const {
+  const bool inHeader = cut == Completeness::headerCut;
+  if (!inHeader && cut != Completeness::bodyCut) return cut;
+  if (end_ == StreamEnd::closed) {
+    return inHeader ? Completeness::closedInHeader : Completeness::closedInBody;
+  }
+  if (end_ == StreamEnd::reset) {
+    return inHeader ? Completeness::resetInHeader : Completeness::resetInBody;
+  }
+  return cut;
 }
 
 // The next message has to be searched for.
@@ -499,8 +516,8 @@ void HTTPFramer::settleAt(std::uint64_t offset) {
 void HTTPFramer::expectSettling() {
   impl_->expectSettling();
 }
-void HTTPFramer::finish(bool streamEnded) {
-  impl_->finish(streamEnded);
+void HTTPFramer::finish(StreamEnd end) {
+  impl_->finish(end);
 }
 std::optional<StreamItem> HTTPFramer::next() {
   return impl_->next();

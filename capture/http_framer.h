@@ -17,6 +17,14 @@ struct FramingLimits {
   std::uint64_t messageBytes = std::uint64_t{64} << 20;
 };
 
+// How a stream ended.
+enum class StreamEnd : std::uint8_t {
+  unknown,       // it did, or only the input did
+  captureStops,  // only the capture did: a body that the close of the connection ends is cut
+  closed,        // its sender closed it, and nothing that was sent is missing at its end
+  reset,         // the same of a connection that was reset
+};
+
 // Cuts the bytes of one direction of one connection into HTTP/1.1 messages (RFC 9112, section 6).
 //
 //   framer.feed(bytes);                       // in pieces of any size; the items are the same
@@ -62,9 +70,7 @@ class QV_EXPORT HTTPFramer {
   // that it does not matter in which order the two directions were captured; as long as they are
   // not too many.
   void expectSettling();
-  // `streamEnded` is false where it is known that only the capture stops: a body that the close of
-  // the connection ends is cut then.
-  void finish(bool streamEnded = true);
+  void finish(StreamEnd end = StreamEnd::unknown);
 
   // Null when more bytes are needed or, after `finish`, when everything was delivered.
   std::optional<StreamItem> next();

@@ -241,9 +241,16 @@ void TCPConnection::processReset(const TCPSegment& segment, unsigned side, std::
     if (*position > sent && *position <= sent + kResetSlack) reset_.sent = *position;
   }
   stage_ = Stage::ending;
+  isReset_ = true;
   closesAt_ = time + kTimeAfterReset;
   lastPackets_ = kPacketsAfterReset;
   endPlace_ = segment.place;
+}
+
+bool TCPConnection::endsByReset(unsigned side) const {
+  const TCPStream& stream = streams_[side];
+  if (!isReset_ || stream.ends()) return false;
+  return stream.holdsAll() && (side != reset_.side || stream.delivered() >= reset_.sent);
 }
 
 // Hosts ignore a RST that does not stand exactly where they expect it, which a capture with holes
@@ -261,6 +268,7 @@ void TCPConnection::reopenIfAlive(const TCPSegment& segment, unsigned side) {
   const std::int64_t limit = sender ? reset_.sent : reset_.acknowledged + 1;
   if (end <= limit || end > limit + TCPStream::kNear) return;
   stage_ = Stage::open;
+  isReset_ = false;
   lastPackets_ = 0;
   closesAt_ = 0;
   endPlace_ = {};
@@ -290,6 +298,7 @@ void TCPConnection::close(const CapturePlace& place, TCPReassembly& shared, bool
   settle(shared);
   if (stage_ == Stage::closed) return;
   const std::array<bool, 2> ended = {streams_[0].complete(), streams_[1].complete()};
+  const std::array<bool, 2> reset = {endsByReset(0), endsByReset(1)};
   for (const unsigned side : {firstSide_, 1 - firstSide_}) {
     streams_[side].close(output(side, place, shared));
   }
@@ -300,6 +309,8 @@ void TCPConnection::close(const CapturePlace& place, TCPReassembly& shared, bool
   closed.givenUp = givenUp;
   closed.firstEnded = ended[firstSide_];
   closed.secondEnded = ended[1 - firstSide_];
+  closed.firstReset = reset[firstSide_];
+  closed.secondReset = reset[1 - firstSide_];
   stage_ = Stage::closed;
 }
 

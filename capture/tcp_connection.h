@@ -90,6 +90,7 @@ class TCPConnection {
   void wait(const TCPSegment& segment, unsigned side, TCPReassembly& shared);
   void process(const TCPSegment& segment, unsigned side, std::int64_t time, TCPReassembly& shared);
   void processReset(const TCPSegment& segment, unsigned side, std::int64_t time);
+  bool endsByReset(unsigned side) const;
   void reopenIfAlive(const TCPSegment& segment, unsigned side);
   void endIfDone(const CapturePlace& place, std::int64_t time, TCPReassembly& shared);
 
@@ -103,6 +104,7 @@ class TCPConnection {
   std::array<std::uint32_t, 2> strays_{};
   std::uint32_t lastPackets_ = 0;  // after a RST, how many more are read; 0 without one
   Reset reset_;
+  bool isReset_ = false;
   std::int64_t begunAt_;
   std::int64_t lastAt_;
   std::int64_t closesAt_ = 0;

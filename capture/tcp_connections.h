@@ -46,6 +46,9 @@ struct TCPEvent {
   bool secondEnded = false;
   // closed: the limits brought it about; should it go on, it is followed again, under a new number.
   bool givenUp = false;
+  // closed: whether a RST ended it instead, and nothing that was sent before is missing.
+  bool firstReset = false;
+  bool secondReset = false;
   // closed: how many bytes of what they sent were captured after all, but after they were told as a
   // gap. Of each direction the last 16 gaps are remembered.
   std::uint64_t firstLate = 0;

@@ -63,6 +63,8 @@ class TCPStream {
   void endAt(std::int64_t position);
   bool ends() const { return fin_ != kNowhere; }
   bool complete() const { return ends() && next_ >= fin_; }
+  // As far as is known.
+  bool holdsAll() const { return next_ >= sentEnd_ && next_ >= acked_; }
 
   // To be called at regular distances; what was acknowledged two calls ago is missed no more.
   void age(const TCPStreamOutput& out);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "capture/early_end.h"
 #include "tests/capture/stream_dump.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
@@ -27,7 +28,11 @@ std::string describe(const ExchangeRecord& record) {
   if (record.answers) text += " -> #" + std::to_string(*record.answers);
   if (!record.unpairedReason.empty()) text += ": " + std::string(record.unpairedReason);
   if (message->framing == BodyFraming::strayAfter204) text += " (stray body)";
-  if (!message->complete()) text += " -- " + std::string(completenessText(message->completeness));
+  if (const auto early = earlyEndOf(*message)) {
+    text += " -- " + early->text + " (" + early->actual + " instead of " + early->expected + ")";
+  } else if (!message->complete()) {
+    text += " -- " + std::string(completenessText(message->completeness));
+  }
   return text + "\n";
 }
 
@@ -36,6 +41,13 @@ std::int64_t numberAt(std::string_view text) {
   std::from_chars(text.data(), text.data() + text.size(), number);
   return number;
 }
+
+// The last line of a case, unless the connection is closed.
+struct Ending {
+  const char* word;
+  StreamEnd end;
+};
+constexpr Ending kEnds[] = {{"stops", StreamEnd::captureStops}, {"reset", StreamEnd::reset}};
 
 // Lines of a case: direction, then how many bytes of the other direction were received ("-" when
 // that is not known), then the bytes; or, behind '~', how many bytes are missing.
@@ -47,7 +59,7 @@ std::vector<std::string> recordsOf(const qv::test::Case& lines) {
     records.push_back(describe(record));
   });
   for (const std::string& line : lines) {
-    if (line == "partial" || line == "stops") continue;
+    if (line[0] != '>' && line[0] != '<') continue;
     const Direction direction = line[0] == '>' ? Direction::toAccessory : Direction::toController;
     if (line[1] == '~') {
       conversation.skip(direction, static_cast<std::uint64_t>(numberAt(line.substr(3))), {});
@@ -59,8 +71,9 @@ std::vector<std::string> recordsOf(const qv::test::Case& lines) {
     const Bytes bytes = qv::test::readableBytes(line.substr(blank + 1));
     conversation.feed(direction, bytes, {}, acknowledged);
   }
-  const bool ended = lines.back() != "stops";
-  conversation.finish({ended, ended});
+  const auto end = std::ranges::find(kEnds, lines.back(), &Ending::word);
+  const StreamEnd how = end == std::end(kEnds) ? StreamEnd::closed : end->end;
+  conversation.finish({how, how});
   return records;
 }
 

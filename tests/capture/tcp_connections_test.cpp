@@ -27,6 +27,9 @@ std::string lineOf(const TCPEvent& event) {
     text += fmt::format(" ended {}{}", event.firstEnded ? ">" : "", event.secondEnded ? "<" : "");
   }
   if (event.givenUp) text += " given up";
+  if (event.firstReset || event.secondReset) {
+    text += fmt::format(" reset {}{}", event.firstReset ? ">" : "", event.secondReset ? "<" : "");
+  }
   if (event.firstLate > 0) text += fmt::format(" late >{}", event.firstLate);
   if (event.secondLate > 0) text += fmt::format(" late <{}", event.secondLate);
   if (event.length > 0) {

@@ -85,8 +85,8 @@ struct LossKeeper {
       if (capture::isRest(damage->kind)) record.complete = false;
     } else {
       const capture::Completeness completeness = exchange.message()->completeness;
-      losses.endsEarly = losses.endsEarly || completeness == capture::Completeness::headerCut ||
-                         completeness == capture::Completeness::bodyCut;
+      losses.endsEarly =
+          losses.endsEarly || capture::cutKindOf(completeness) == capture::CutKind::byCapture;
       if (completeness == capture::Completeness::bodyDamaged) ++losses.changedBodies;
       const bool isRequest = exchange.direction == capture::Direction::toAccessory;
       (isRequest ? losses.holdsRequests : losses.holdsResponses) = true;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "capture/early_end.h"
 #include "tools/qvcheck/finding_builder.h"
 #include "tools/qvcheck/key_findings.h"
 #include "tools/qvcheck/nearest_class.h"
@@ -13,7 +14,7 @@ namespace qv::check {
 
 namespace {
 
-using capture::Completeness;
+using capture::CutKind;
 using capture::Direction;
 using capture::FramedMessage;
 using capture::MessageKind;
@@ -33,10 +34,29 @@ bool beginsLikeRequest(ByteView head) {
   return method != std::string_view::npos && method > 0 && text.substr(method).starts_with(" /");
 }
 
-// By the end of the capture.
 bool isCut(const FramedMessage& message) {
-  return message.completeness == Completeness::headerCut ||
-         message.completeness == Completeness::bodyCut;
+  return capture::cutKindOf(message.completeness) != CutKind::none;
+}
+
+// What is wrong, or worth a note, where the message is cut.
+std::optional<Finding> findingForCut(const FramedMessage& message) {
+  const std::uint64_t end = message.endOffset;
+  const char* text = capture::completenessText(message.completeness);
+  switch (capture::cutKindOf(message.completeness)) {
+    case CutKind::byCapture:
+      return remark("input.incomplete", Severity::note, text, end, 0);
+    case CutKind::byReset:
+      return remark("http.reset", Severity::note, text, end, 0);
+    case CutKind::byClose:
+      break;
+    default:
+      return std::nullopt;
+  }
+  const auto early = *capture::earlyEndOf(message);
+  Finding finding = remark("http.closed-early", Severity::error, early.text, end, 0);
+  finding.expected = early.expected;
+  finding.actual = early.actual;
+  return finding;
 }
 
 std::string shortened(const std::string& url) {
@@ -164,10 +184,8 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
   if (message.complete() && message.kind == MessageKind::response) {
     reportUnpaired(record, out, input);
   }
-  if (isCut(message)) {
-    reportFinding(remark("input.incomplete", Severity::note,
-                         capture::completenessText(message.completeness), message.endOffset, 0),
-                  out.message, input);
+  if (std::optional<Finding> cut = findingForCut(message)) {
+    reportFinding(std::move(*cut), out.message, input);
   }
   for (const QVMessageFault* fault : faults) {
     reportFinding(findingForFault(*fault, message), out.message, input);

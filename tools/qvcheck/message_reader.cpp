@@ -51,6 +51,16 @@ void describe(const FramedMessage& message, const QVHTTPMessage& http, MessageRe
 }
 
 const char* reasonFor(Completeness completeness) {
+  switch (capture::cutKindOf(completeness)) {
+    case capture::CutKind::byClose:
+      return "closed early";
+    case capture::CutKind::byReset:
+      return "connection reset";
+    case capture::CutKind::abandoned:
+      return "answered early";
+    default:
+      break;
+  }
   switch (completeness) {
     case Completeness::tooLarge:
       return "too large";

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string>
 
+#include "capture/early_end.h"
 #include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/ipmessages/json_message.h"
 #include "qvparsersupport/ipmessages/tlv8_message.h"
@@ -45,6 +46,7 @@ class Shower {
  private:
   // Why the library says nothing of it.
   std::string remarkText() const {
+    if (const auto early = capture::earlyEndOf(message_)) return early->text;
     if (!message_.complete()) return capture::completenessText(message_.completeness);
     if (read_.record.verdict == Verdict::unrecognised) return "no message class recognises it";
     if (read_.record.verdict == Verdict::notJudged) return "not decoded: " + read_.record.reason;

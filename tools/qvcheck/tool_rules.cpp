@@ -14,6 +14,15 @@ constexpr QVRule kRules[] = {
      "may well be traffic of another kind on the same connection. The hint names the recognised "
      "request that comes nearest and what differs.",
      "PATCH /characteristics HTTP/1.1"},
+    {"http.closed-early",
+     {},
+     "A connection is closed behind a message, not inside of one. The capture holds everything up "
+     "to the close, and the header or the body goes no further, so its sender did not send what it "
+     "had announced. The usual cause is a Content-Length that is too large: it counts characters "
+     "instead of bytes, or a terminating zero; the peer then waits for the rest until it gives up "
+     "and closes. A handler that fails after its header, or chunks without a last one, show in the "
+     "same way. What came of the message is not judged.",
+     "Content-Length: 165, and 145 bytes until the connection is closed"},
     {"http.framing",
      {},
      "A message says in one clear way how long it is. The header does not settle where the body "
@@ -34,6 +43,13 @@ constexpr QVRule kRules[] = {
      "header put together from text with the line ends of the host, or a body that is followed by "
      "a line end that its length does not count.",
      "HTTP/1.1 204 No Content<LF>"},
+    {"http.reset",
+     {},
+     "A connection is reset behind a message, not inside of one. Everything up to the reset is in "
+     "the capture, and the message goes no further, so it is not judged. Whose fault that is "
+     "cannot be told: programs that end, devices that start anew and closing with bytes unread all "
+     "reset connections.",
+     "Content-Length: 165, and 145 bytes until a RST"},
     {"input.damaged",
      {},
      "Each byte of the input belongs to a message. These bytes begin none: something is missing "
