@@ -6,7 +6,8 @@
 namespace qv::capture {
 namespace {
 
-constexpr std::size_t kMostRest = std::size_t{2} << 10;
+// A request line with a target as long as any that is searched for.
+constexpr std::size_t kMostRest = std::size_t{66} << 10;
 
 }  // namespace
 

@@ -39,6 +39,7 @@ enum class InputNoteKind : std::uint8_t {
   unfinishedGivenUp,   // so was what is unfinished on a connection; no open request is answered
   cameTooLate,         // bytes that were told as a gap came after all, too far behind it
   connectionsSkipped,  // connections on which no HTTP was seen
+  connectionsMissing,  // of which more bytes are missing than there are, so that nobody can tell
   eventsNotHeld,       // the form holds no event notifications
   leftOut,             // what lies beside the traffic and was none of it
   piecesDisordered,    // a piece begins before the one in front of it ends

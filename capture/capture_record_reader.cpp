@@ -171,8 +171,9 @@ void CaptureRecordReader::readMessage(RecordFields& fields) {
   if (fields.error()) return;
   placeAt(message, line_.offset, line_.length);
   const bool isTold = fields.word("completeness", kCompletenessWords).has_value();
-  if (message.completeness == Completeness::bodyDamaged && !isTold) worsen(Fidelity::damaged);
   RecordConnection& connection = connectionNamed(name);
+  if (!connection.paired()) connection.frameAnswerToHead(message);
+  if (message.completeness == Completeness::bodyDamaged && !isTold) worsen(Fidelity::damaged);
   if (!connection.paired()) {
     connection.add(std::move(message), place(time));
   } else if (!connection.addPaired(std::move(message), place(time), told)) {

@@ -60,6 +60,7 @@ inline constexpr Word<InputNoteKind> kInputNoteWords[] = {
     {InputNoteKind::unfinishedGivenUp, "unfinished_given_up"},
     {InputNoteKind::cameTooLate, "came_too_late"},
     {InputNoteKind::connectionsSkipped, "connections_skipped"},
+    {InputNoteKind::connectionsMissing, "connections_missing"},
     {InputNoteKind::eventsNotHeld, "events_not_held"},
     {InputNoteKind::leftOut, "left_out"},
     {InputNoteKind::piecesDisordered, "pieces_disordered"},

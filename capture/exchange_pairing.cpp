@@ -47,6 +47,12 @@ bool waitsForRequest(const ExchangeRecord& record) {
 
 }  // namespace
 
+ExchangePairing::ExchangePairing(std::uint64_t connection, std::uint64_t requestsBegin,
+                                 bool inMidst)
+    : connection_(connection), requestPosition_(requestsBegin), inMidst_(inMidst) {
+  if (inMidst) uncertainty_ = kBeginsInMidst;
+}
+
 void ExchangePairing::add(Direction direction, StreamItem item, CapturePlace place,
                           std::optional<std::int64_t> acknowledged) {
   Held held;
@@ -104,7 +110,8 @@ void ExchangePairing::addRequestItem(Held held) {
     held.record.requestIndex = requestCount_;
     openBytes_ += held.bytes;
     open_.push_back(OpenRequest{requestCount_++, request->beginOffset, held.bytes,
-                                held.acknowledged, request->endKnown});
+                                held.acknowledged, request->endKnown,
+                                textOf(request->header).starts_with("HEAD ")});
     boundOpenRequests();
   } else if (const std::optional<PairingHole> hole = holeOf(held.record.item)) {
     noteRequestHole(*hole);
@@ -174,10 +181,12 @@ void ExchangePairing::deliver(Held held) {
   if (message == nullptr) {
     if (const std::optional<PairingHole> hole = holeOf(record.item)) {
       responseHole_ = hole;
+      noteAnswer(hole->end, requestCount_);
       uncertainty_ = isMissing(record.item) ? kResponseMissing : kResponseSkipped;
     }
   } else {
     if (message->kind != MessageKind::event) pairResponse(held);
+    if (message->kind == MessageKind::response) noteAnswer(message->endOffset, answers_ + 1);
     if (!message->endKnown) {
       uncertainty_ = kResponseEndUnknown;
       responseHole_ = PairingHole{message->beginOffset, message->endOffset};
@@ -196,10 +205,12 @@ void ExchangePairing::pairResponse(Held& held) {
     return;
   }
   const OpenRequest* request = nullptr;
-  if (uncertainty_.empty()) {
-    request = openRequestFor(held);
+  if (inMidst_ && kind == MessageKind::response) notePipeliningAround(held.place());
+  if (uncertainty_.empty() || isAheadOfAllRequests(held.place())) {
+    if (uncertainty_.empty()) request = openRequestFor(held.place());
     if (request == nullptr) record.unpairedReason = kNoRequest;
-  } else if ((request = certainRequestFor(held)) != nullptr) {
+  } else if ((request = certainRequestFor(held.place())) != nullptr) {
+    inMidst_ = false;
     std::erase_if(requestHoles_,
                   [&](const PairingHole& hole) { return hole.end <= request->begin; });
     // Holes ahead are yet to be passed.
@@ -231,33 +242,75 @@ void ExchangePairing::pairResponse(Held& held) {
   closeRequests(request->index + 1);
 }
 
+// With nothing lost but what was before the capture.
+bool ExchangePairing::isAheadOfAllRequests(const ResponsePlace& response) const {
+  return uncertainty_ == kBeginsInMidst &&
+         std::ranges::none_of(
+             open_, [&](const OpenRequest& request) { return mayAnswer(response, request); });
+}
+
+// Where several requests were open that were sent before the response came.
+void ExchangePairing::notePipeliningAround(const ResponsePlace& response) {
+  const auto last = std::find_if(open_.rbegin(), open_.rend(), [&](const OpenRequest& request) {
+    return request.acknowledged &&
+           *request.acknowledged <= static_cast<std::int64_t>(response.begin);
+  });
+  if (last == open_.rend()) return;
+  const bool crosses =
+      response.acknowledged && *response.acknowledged <= static_cast<std::int64_t>(last->begin);
+  pipelined_ = pipelined_ || crosses || last->index > answers_;
+}
+
+void ExchangePairing::noteAnswer(std::uint64_t end, std::uint64_t answers) {
+  answers_ = std::max(answers_, answers);
+  answersEnd_ = end;
+}
+
+// No request from before the capture is open then, as far as the controller waits for responses.
+bool ExchangePairing::isBehindAnswers(const OpenRequest& request) const {
+  return answersEnd_ && static_cast<std::int64_t>(*answersEnd_) <= *request.acknowledged &&
+         answers_ >= request.index;
+}
+
+bool ExchangePairing::answersHead(std::uint64_t begin,
+                                  std::optional<std::int64_t> acknowledged) const {
+  if (!responses_.empty()) return false;
+  const ResponsePlace response{begin, acknowledged};
+  const OpenRequest* request =
+      uncertainty_.empty() ? openRequestFor(response) : certainRequestFor(response);
+  return request != nullptr && request->isHead;
+}
+
 // The one that is due, unless the acknowledgements say that it was sent after the response.
-const ExchangePairing::OpenRequest* ExchangePairing::openRequestFor(const Held& held) const {
-  if (open_.empty() || !mayAnswer(held, open_.front())) return nullptr;
+const ExchangePairing::OpenRequest* ExchangePairing::openRequestFor(
+    const ResponsePlace& response) const {
+  if (open_.empty() || !mayAnswer(response, open_.front())) return nullptr;
   return &open_.front();
 }
 
 // After bytes were lost: the last request that was sent before the response, when nothing that
 // could have been answered instead was lost behind it.
-const ExchangePairing::OpenRequest* ExchangePairing::certainRequestFor(const Held& held) const {
-  if (pipelined_ || !held.acknowledged) return nullptr;
+const ExchangePairing::OpenRequest* ExchangePairing::certainRequestFor(
+    const ResponsePlace& response) const {
+  if (pipelined_ || !response.acknowledged) return nullptr;
   const auto last = std::find_if(open_.rbegin(), open_.rend(), [&](const OpenRequest& request) {
-    return request.acknowledged && mayAnswer(held, request);
+    return request.acknowledged && mayAnswer(response, request);
   });
   if (last == open_.rend() || !last->endKnown) return nullptr;
+  if (inMidst_ && !isBehindAnswers(*last)) return nullptr;
   const auto received = static_cast<std::uint64_t>(std::max<std::int64_t>(*last->acknowledged, 0));
   const auto between = [&](const PairingHole& hole) {
-    return hole.end > last->begin && static_cast<std::int64_t>(hole.begin) < *held.acknowledged;
+    return hole.end > last->begin && static_cast<std::int64_t>(hole.begin) < *response.acknowledged;
   };
   if (std::any_of(requestHoles_.begin(), requestHoles_.end(), between)) return nullptr;
   if (responseHole_ && responseHole_->end > received) return nullptr;
   return &*last;
 }
 
-bool ExchangePairing::mayAnswer(const Held& held, const OpenRequest& request) {
+bool ExchangePairing::mayAnswer(const ResponsePlace& response, const OpenRequest& request) {
   const auto begin = static_cast<std::int64_t>(request.begin);
-  const auto responseBegin = static_cast<std::int64_t>(held.record.message()->beginOffset);
-  return (!held.acknowledged || begin < *held.acknowledged) &&
+  const auto responseBegin = static_cast<std::int64_t>(response.begin);
+  return (!response.acknowledged || begin < *response.acknowledged) &&
          (!request.acknowledged || *request.acknowledged <= responseBegin);
 }
 

@@ -2,12 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 #include "capture/framed_message.h"
+#include "capture/item_queue.h"
 #include "capture/tcp_segment.h"
 #include "qvparsersupport/common/export.h"
 
@@ -57,13 +57,18 @@ struct PairingHole {
 // everything that was lost, and no request was ever seen on this connection before the response to
 // the one before, the response behind it is its own.
 //
+// Where the capture begins in mid-connection, a request that nobody saw may be open. So the pairing
+// is certain from the first request on whose sender had received an answer to each request that was
+// seen before, and at least one; a response ahead of all requests has none.
+//
 // At most 256 requests, of 1 MiB together, wait for a response, and as much of responses for
 // requests that are still to come; beyond, the pairing is uncertain.
 class QV_EXPORT ExchangePairing {
  public:
-  // `requestsBegin`: where the stream of the requests begins for us.
-  explicit ExchangePairing(std::uint64_t connection = 1, std::uint64_t requestsBegin = 0)
-      : connection_(connection), requestPosition_(requestsBegin) {}
+  // `requestsBegin`: where the stream of the requests begins for us. `inMidst`: requests may have
+  // been sent before.
+  explicit ExchangePairing(std::uint64_t connection = 1, std::uint64_t requestsBegin = 0,
+                           bool inMidst = false);
 
   // `acknowledged`: how many bytes of the other direction the sender had received when it sent the
   // first byte of the item; null when that is not known.
@@ -76,6 +81,9 @@ class QV_EXPORT ExchangePairing {
   void giveUp();
   // Null when more is needed or, with both directions finished, when everything was told.
   std::optional<ExchangeRecord> next();
+
+  // Whether a response that is added next, and begins there, is known to answer a HEAD request.
+  bool answersHead(std::uint64_t begin, std::optional<std::int64_t> acknowledged) const;
 
   // Of the items that wait, and of the requests without a response, which whoever takes the records
   // has to keep.
@@ -93,11 +101,18 @@ class QV_EXPORT ExchangePairing {
     std::size_t bytes = 0;
     std::optional<std::int64_t> acknowledged;
     bool endKnown = true;
+    bool isHead = false;
+  };
+  struct ResponsePlace {
+    std::uint64_t begin = 0;
+    std::optional<std::int64_t> acknowledged;
   };
   struct Held {
     ExchangeRecord record;
     std::optional<std::int64_t> acknowledged;
     std::size_t bytes = 0;
+
+    ResponsePlace place() const { return {record.message()->beginOffset, acknowledged}; }
   };
   void addRequestItem(Held held);
   void release();
@@ -107,18 +122,22 @@ class QV_EXPORT ExchangePairing {
   void boundOpenRequests();
   void deliver(Held held);
   void pairResponse(Held& held);
+  bool isAheadOfAllRequests(const ResponsePlace& response) const;
+  void notePipeliningAround(const ResponsePlace& response);
+  void noteAnswer(std::uint64_t end, std::uint64_t answers);
+  bool isBehindAnswers(const OpenRequest& request) const;
   // As far as the acknowledgements tell.
-  static bool mayAnswer(const Held& held, const OpenRequest& request);
-  const OpenRequest* openRequestFor(const Held& held) const;
-  const OpenRequest* certainRequestFor(const Held& held) const;
+  static bool mayAnswer(const ResponsePlace& response, const OpenRequest& request);
+  const OpenRequest* openRequestFor(const ResponsePlace& response) const;
+  const OpenRequest* certainRequestFor(const ResponsePlace& response) const;
   void closeRequests(std::uint64_t before);
   void noteRequestHole(PairingHole hole);
 
   std::uint64_t connection_;
-  std::deque<ExchangeRecord> ready_;
-  std::deque<Held> responses_;  // those that wait, and what stands behind them
+  ItemQueue<ExchangeRecord> ready_;
+  ItemQueue<Held> responses_;  // those that wait, and what stands behind them
   std::size_t heldBytes_ = 0;
-  std::deque<OpenRequest> open_;  // without a final response so far
+  ItemQueue<OpenRequest> open_;  // without a final response so far
   std::size_t openBytes_ = 0;
   std::optional<std::uint64_t> lastResponseBegin_;  // of the last final response with a request
   std::uint64_t requestCount_ = 0;
@@ -130,6 +149,9 @@ class QV_EXPORT ExchangePairing {
   std::vector<PairingHole> requestHoles_;
   std::optional<PairingHole> responseHole_;  // the last one
   std::string_view uncertainty_;             // why the pairing is not known; empty while it is
+  bool inMidst_ = false;                     // a request that nobody saw may be open; then also:
+  std::uint64_t answers_ = 0;                // that were seen, or may have been lost
+  std::optional<std::uint64_t> answersEnd_;
 };
 
 }  // namespace qv::capture

@@ -17,6 +17,10 @@ std::string counted(std::uint64_t count, std::string_view what) {
   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
 
+std::string missingText(std::uint64_t bytes) {
+  return fmt::format("{} {} missing", counted(bytes, "byte"), bytes == 1 ? "is" : "are");
+}
+
 StreamEnd endOf(bool ended, bool reset) {
   if (ended) return StreamEnd::closed;
   return reset ? StreamEnd::reset : StreamEnd::captureStops;
@@ -48,6 +52,7 @@ struct HTTPConnections::Undecided {
   std::array<std::uint64_t, 2> position{};  // behind what was said: by the first side, the other
   std::array<std::uint64_t, 2> dropped{};   // bytes before the pieces
   std::uint64_t seen = 0;
+  std::uint64_t missing = 0;
   bool lostBeginning = false;  // of what was dropped, something may belong to a start line
 
   void add(Piece piece, std::size_t limit) {
@@ -178,6 +183,7 @@ void HTTPConnections::hold(Connection& connection, const TCPEvent& event) {
   if (piece.missing > 0) undecided.side.skip(event.fromFirst);
   const AccessorySide::Answer answer = undecided.side.look(event.fromFirst, event.bytes);
   undecided.seen += piece.bytes.size();
+  undecided.missing += piece.missing;
   undecided.add(std::move(piece), limits_.undecidedBytes);
   if (answer != AccessorySide::Answer::unknown) {
     decide(connection, answer == AccessorySide::Answer::first);
@@ -187,7 +193,10 @@ void HTTPConnections::hold(Connection& connection, const TCPEvent& event) {
 }
 
 void HTTPConnections::passOver(Connection& connection) {
-  ++passedOver_;
+  const Undecided& undecided = *connection.undecided;
+  const bool isReadable = undecided.missing <= undecided.seen;
+  ++(isReadable ? passedOver_ : missing_);
+  (isReadable ? passedOverMissing_ : missingBytes_) += undecided.missing;
   if (connection.undecided->lostBeginning) ++cutUndecided_;
   connection.undecided.reset();
 }
@@ -251,7 +260,8 @@ void HTTPConnections::close(const TCPEvent& event) {
     noteLate(connection, false, event.secondLate);
     ready_.emplace_back(ConnectionClosed{connection.number});
     connection.conversation.reset();
-  } else if (connection.undecided != nullptr && connection.undecided->seen > 0) {
+  } else if (connection.undecided != nullptr &&
+             connection.undecided->seen + connection.undecided->missing > 0) {
     passOver(connection);
   }
   connection.undecided.reset();
@@ -274,12 +284,20 @@ void HTTPConnections::noteLate(const Connection& connection, bool fromFirst, std
 }
 
 void HTTPConnections::finish() {
-  const auto leftOut = [this](std::uint64_t count, const std::string& which) {
+  const auto leftOut = [this](std::uint64_t count, const std::string& which,
+                              std::uint64_t missing = 0) {
     if (count == 0) return;
+    const std::string gap = missing == 0 ? "" : ", of which " + missingText(missing);
     noteInput(InputNoteKind::connectionsSkipped,
-              fmt::format("{} {} left out", counted(count, "connection"), which));
+              fmt::format("{} {} left out{}", counted(count, "connection"), which, gap));
   };
-  leftOut(passedOver_, "without HTTP");
+  leftOut(passedOver_, "without HTTP", passedOverMissing_);
+  if (missing_ > 0) {
+    noteInput(
+        InputNoteKind::connectionsMissing,
+        fmt::format("{} left out, of which {}: too little is there to tell whether HTTP was spoken",
+                    counted(missing_, "connection"), missingText(missingBytes_)));
+  }
   if (cutUndecided_ > 0) {
     noteInput(InputNoteKind::reassemblyLimit,
               fmt::format("of {}, bytes in which HTTP may have begun were given up to keep memory "

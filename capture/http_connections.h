@@ -26,7 +26,7 @@ struct HoldingLimits {
   // the limit for one.
   std::size_t bytes = std::size_t{32} << 20;
   // Of one connection before a side was found to be the accessory; older bytes held no start line.
-  std::size_t undecidedBytes = std::size_t{64} << 10;
+  std::size_t undecidedBytes = std::size_t{128} << 10;
   // Where nothing that looks like HTTP came in so many bytes, a connection is about something else.
   std::uint64_t bytesWithoutHTTP = std::uint64_t{16} << 20;
 };
@@ -35,7 +35,8 @@ struct HoldingLimits {
 //
 // With `accessoryPort` the accessory's side is the one with that port, and connections without it
 // are passed over. Otherwise the side that sends responses or is sent requests; connections on
-// which neither was seen are passed over. Both are counted in a note at the end.
+// which neither was seen are passed over. Both are counted in a note at the end, and so are, apart,
+// those of which more bytes are missing than were captured.
 //
 // What is given up to keep memory within bounds is an input note; a message of which something was
 // is not judged, and the connection goes on with the next start line.
@@ -86,7 +87,10 @@ class QV_EXPORT HTTPConnections {
   std::deque<CaptureEvent> ready_;
   std::uint64_t told_ = 0;
   std::uint64_t passedOver_ = 0;
+  std::uint64_t passedOverMissing_ = 0;  // bytes of these
   std::uint64_t cutUndecided_ = 0;  // of these, with bytes given up in which HTTP may have begun
+  std::uint64_t missing_ = 0;       // connections of which too little is there to tell
+  std::uint64_t missingBytes_ = 0;
   std::uint64_t otherPorts_ = 0;
 };
 

@@ -35,10 +35,24 @@ HTTPConversation::HTTPConversation(std::uint64_t connection, std::array<Beginnin
     : limits_(limits),
       sides_{Side{framerFor(Direction::toAccessory, beginnings[0], limits), beginnings[0].offset},
              Side{framerFor(Direction::toController, beginnings[1], limits), beginnings[1].offset}},
-      pairing_(connection, beginnings[0].offset),
+      pairing_(connection, beginnings[0].offset,
+               beginnings[0].isPartial || beginnings[0].isGivenUp),
       emit_(std::move(emit)) {
   for (Side& side : sides_) side.told = side.position;
-  sideOf(Direction::toController).framer.expectSettling();
+  prepareResponses();
+}
+
+void HTTPConversation::prepareResponses() {
+  Side& side = sideOf(Direction::toController);
+  side.framer.expectSettling();
+  side.framer.askForHead([this, &side](std::uint64_t offset) -> std::optional<bool> {
+    const std::optional<std::int64_t> acknowledged = markAt(side, offset).acknowledged;
+    const Side& requests = sideOf(Direction::toAccessory);
+    if (acknowledged.value_or(0) > static_cast<std::int64_t>(requests.position)) {
+      return std::nullopt;
+    }
+    return pairing_.answersHead(offset, acknowledged);
+  });
 }
 
 void HTTPConversation::feed(Direction direction, ByteView bytes, CapturePlace place,
@@ -52,6 +66,8 @@ void HTTPConversation::feed(Direction direction, ByteView bytes, CapturePlace pl
   side.position += bytes.size();
   side.framer.feed(bytes);
   drain(direction);
+  // What waits for the method of its request.
+  if (direction == Direction::toAccessory) drain(Direction::toController);
 }
 
 void HTTPConversation::skip(Direction direction, std::uint64_t length, CapturePlace place) {
@@ -78,8 +94,8 @@ void HTTPConversation::giveUp() {
     side.framer.finish(StreamEnd::captureStops);
     drain(direction, true);
     side.framer = HTTPFramer::inMidstream(direction, side.position, limits_, DamageKind::givenUp);
-    side.framer.expectSettling();
   }
+  prepareResponses();
   pairing_.giveUp();
   emitPaired();
 }

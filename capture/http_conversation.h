@@ -3,13 +3,13 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <optional>
 
 #include "capture/capture_reader.h"
 #include "capture/exchange_pairing.h"
 #include "capture/http_framer.h"
+#include "capture/item_queue.h"
 
 namespace qv::capture {
 
@@ -26,6 +26,8 @@ class HTTPConversation {
   };
   HTTPConversation(std::uint64_t connection, std::array<Beginning, 2> beginnings,
                    FramingLimits limits, Emit emit);
+  HTTPConversation(const HTTPConversation&) = delete;
+  HTTPConversation& operator=(const HTTPConversation&) = delete;
 
   // Bytes of a direction in order, with what their packet acknowledges of the other one.
   void feed(Direction direction, ByteView bytes, CapturePlace place,
@@ -54,11 +56,12 @@ class HTTPConversation {
     HTTPFramer framer;
     std::uint64_t position = 0;
     Mark begin{};  // of the item under construction
-    std::deque<Mark> recent{};
+    ItemQueue<Mark> recent{};
     std::uint64_t told = 0;  // the end of the items that were delivered
   };
 
   Side& sideOf(Direction direction) { return sides_[static_cast<std::size_t>(direction)]; }
+  void prepareResponses();
   void mark(Side& side, CapturePlace place, std::optional<std::int64_t> acknowledged);
   static Mark markAt(Side& side, std::uint64_t offset);
   void drain(Direction direction, bool givenUp = false);

@@ -56,6 +56,7 @@ class HTTPFramer::Impl {
     }
   }
   void expectSettling() { expectsSettling_ = true; }
+  void askForHead(AnswersHead answersHead) { answersHead_ = std::move(answersHead); }
   void finish(StreamEnd end) {
     finished_ = true;
     end_ = end;
@@ -89,8 +90,9 @@ class HTTPFramer::Impl {
     betweenMessages,
     damage,
     header,
-    announcedBody,   // of a message that should have none: is it there?
-    afterNoContent,  // does something stray after a 204?
+    methodOfRequest,  // is it HEAD?
+    announcedBody,    // of a message that should have none: is it there?
+    afterNoContent,   // does something stray after a 204?
     contentLengthBody,
     chunkedBody,
     untilCloseBody,
@@ -105,6 +107,8 @@ class HTTPFramer::Impl {
         return skipDamage();
       case State::header:
         return readHeader();
+      case State::methodOfRequest:
+        return askForMethod();
       case State::announcedBody:
         return lookForAnnouncedBody();
       case State::afterNoContent:
@@ -142,6 +146,8 @@ class HTTPFramer::Impl {
   Progress beginMessage();
   Progress readHeader();
   Progress beginBody(const FramingFields& fields);
+  Progress proceedUnlessHead(State state);
+  Progress askForMethod();
   Progress lookForAnnouncedBody();
   Progress lookForStrayBody();
   Progress readContentLengthBody();
@@ -179,6 +185,7 @@ class HTTPFramer::Impl {
   std::optional<DamageKind> rest_;  // what the item under construction is the rest of, if anything
   std::vector<std::uint64_t> settled_;  // ascending
   bool expectsSettling_ = false;
+  AnswersHead answersHead_;
   bool endsWithPiece_ = false;  // the header of the 204
   std::uint64_t gap_ = 0;       // bytes that are missing behind the window
   State state_ = State::betweenMessages;
@@ -283,11 +290,11 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::beginBody(const FramingFields& fiel
     case BodyPlan::none:
       return deliverMessage();
     case BodyPlan::contentLength:
-      return proceed(State::contentLengthBody);
+      return proceedUnlessHead(State::contentLengthBody);
     case BodyPlan::chunked:
-      return proceed(State::chunkedBody);
+      return proceedUnlessHead(State::chunkedBody);
     case BodyPlan::untilClose:
-      return proceed(State::untilCloseBody);
+      return proceedUnlessHead(State::untilCloseBody);
     case BodyPlan::lengthUnreadable:
       return deliverWithUnknownEnd(Completeness::lengthUnreadable);
     case BodyPlan::announcedContentLength:
@@ -301,6 +308,20 @@ HTTPFramer::Impl::Progress HTTPFramer::Impl::beginBody(const FramingFields& fiel
       return proceed(State::afterNoContent);
   }
   return deliverMessage();
+}
+
+HTTPFramer::Impl::Progress HTTPFramer::Impl::proceedUnlessHead(State state) {
+  const bool isEmpty = state == State::contentLengthBody && remaining_ == 0;
+  if (isEmpty || message_.kind != MessageKind::response || !answersHead_) return proceed(state);
+  announcedState_ = state;
+  return proceed(State::methodOfRequest);
+}
+
+HTTPFramer::Impl::Progress HTTPFramer::Impl::askForMethod() {
+  const std::optional<bool> isHead = answersHead_(message_.headerOffset);
+  const bool mayWait = !finished_ && gap_ == 0 && window_.view().size() <= kMostUnsettledBytes;
+  if (!isHead && mayWait) return Progress::needsInput;
+  return isHead.value_or(false) ? deliverMessage() : proceed(announcedState_);
 }
 
 HTTPFramer::Impl::Progress HTTPFramer::Impl::lookForAnnouncedBody() {
@@ -515,6 +536,9 @@ void HTTPFramer::settleAt(std::uint64_t offset) {
 }
 void HTTPFramer::expectSettling() {
   impl_->expectSettling();
+}
+void HTTPFramer::askForHead(AnswersHead answersHead) {
+  impl_->askForHead(std::move(answersHead));
 }
 void HTTPFramer::finish(StreamEnd end) {
   impl_->finish(end);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -39,8 +40,8 @@ enum class StreamEnd : std::uint8_t {
 // by the rules is a note on the message or a Damage item. A stream that ends inside a message
 // leaves it incomplete. Where the next message is lost, it is found by searching for a start line.
 //
-// A response is framed without its request, so an answer to HEAD (which the protocol does not use)
-// is expected to carry the body that it announces. A 204 is delivered when the bytes after it, or
+// Where nobody tells that a response answers HEAD (which the protocol does not use), it is expected
+// to carry the body that it announces. A 204 is delivered when the bytes after it, or
 // the end, show whether a body strays there.
 class QV_EXPORT HTTPFramer {
  public:
@@ -70,6 +71,11 @@ class QV_EXPORT HTTPFramer {
   // that it does not matter in which order the two directions were captured; as long as they are
   // not too many.
   void expectSettling();
+  // Is asked, when the header of a final response was read, whether the response whose start line
+  // stands there answers a HEAD request, so that it has no body (RFC 9110, section 9.3.2). As long
+  // as the answer is null the message waits, unless too much comes behind it.
+  using AnswersHead = std::function<std::optional<bool>(std::uint64_t offset)>;
+  void askForHead(AnswersHead answersHead);
   void finish(StreamEnd end = StreamEnd::unknown);
 
   // Null when more bytes are needed or, after `finish`, when everything was delivered.

@@ -17,6 +17,15 @@ Direction opposite(Direction direction) {
 
 }  // namespace
 
+void RecordConnection::frameAnswerToHead(FramedMessage& message) const {
+  const bool lacksBody = message.completeness == Completeness::bodyDamaged && !message.body;
+  if (message.kind != MessageKind::response || !lacksBody) return;
+  const auto received = static_cast<std::int64_t>(ends_[0]);
+  if (!pairing_.answersHead(message.beginOffset, received)) return;
+  message.completeness = Completeness::complete;
+  message.framing = BodyFraming::none;
+}
+
 void RecordConnection::add(FramedMessage message, CapturePlace place) {
   const Direction direction = message.direction;
   const auto received = static_cast<std::int64_t>(end(opposite(direction)));

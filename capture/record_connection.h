@@ -29,6 +29,9 @@ class RecordConnection {
   std::uint64_t number() const { return number_; }
   bool paired() const { return paired_; }
 
+  // The length that an answer to HEAD announces is that of a body which it does not have: lets such
+  // a message that is to be added next, not one of a paired connection, be whole.
+  void frameAnswerToHead(FramedMessage& message) const;
   // Pairs by the order of the records: whoever sent a message had received all that stands before.
   void add(FramedMessage message, CapturePlace place);
   // Of a paired connection. False when the request does not stand behind those before it.

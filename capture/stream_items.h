@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "capture/byte_source.h"
@@ -17,6 +18,10 @@ class QV_EXPORT ByteStreamItems {
   ByteStreamItems(std::shared_ptr<ByteSource> source, Direction direction,
                   FramingLimits limits = {});
   std::optional<StreamItem> next();
+  // See HTTPFramer.
+  void askForHead(HTTPFramer::AnswersHead answersHead) {
+    framer_.askForHead(std::move(answersHead));
+  }
 
   const ByteSource& source() const { return *source_; }
 

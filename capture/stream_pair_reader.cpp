@@ -11,6 +11,13 @@ StreamPairReader::StreamPairReader(std::shared_ptr<ByteStreamItems> requests,
     requestsEnded_ = true;
     pairing_.finish(Direction::toAccessory);
   }
+  if (responses_ == nullptr) return;
+  responses_->askForHead(
+      [this](std::uint64_t offset) { return pairing_.answersHead(offset, std::nullopt); });
+}
+
+StreamPairReader::~StreamPairReader() {
+  if (responses_ != nullptr) responses_->askForHead(nullptr);
 }
 
 std::optional<ExchangeRecord> StreamPairReader::nextRecord() {

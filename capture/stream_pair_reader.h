@@ -21,6 +21,10 @@ class QV_EXPORT StreamPairReader : public CaptureReader {
   StreamPairReader(std::shared_ptr<ByteStreamItems> requests,
                    std::shared_ptr<ByteStreamItems> responses);
 
+  StreamPairReader(const StreamPairReader&) = delete;
+  StreamPairReader& operator=(const StreamPairReader&) = delete;
+  ~StreamPairReader() override;
+
   std::optional<CaptureEvent> next() override;
   // The next event that is a record; null at the end.
   std::optional<ExchangeRecord> nextRecord();

@@ -28,7 +28,10 @@ TCPConnection::TCPConnection(std::uint64_t number, const Endpoint& side0, const 
       begunAt_(time),
       lastAt_(time) {}
 
-TCPConnection::Belonging TCPConnection::belonging(const TCPSegment& segment, unsigned side) {
+TCPConnection::Belonging TCPConnection::belonging(const TCPSegment& segment, unsigned side,
+                                                  std::int64_t time) {
+  const bool mayBeCopy = stage_ == Stage::settling || time - lastAt_ < kOldestCopy;
+  if (segment.syn && !segment.rst && !mayBeCopy) return Belonging::elsewhere;
   if (stage_ == Stage::closed) return belongingOnceClosed(segment, side);
   if (segment.rst) return Belonging::here;
   const TCPStream& sender = streams_[side];

@@ -32,6 +32,8 @@ class TCPConnection {
   static constexpr std::int64_t kTimeAfterReset = kSecond;
   static constexpr std::int64_t kTimeAfterFINs = 60 * kSecond;
   static constexpr std::int64_t kPause = kSecond;
+  // Two maximum segment lifetimes: a SYN that comes later is no late copy of one.
+  static constexpr std::int64_t kOldestCopy = 60 * kSecond;
   // Of packets of one side that are none of its stream, how many in a row make a new connection.
   static constexpr std::uint32_t kStraysToBegin = 8;
 
@@ -44,7 +46,7 @@ class TCPConnection {
   std::int64_t begunAt() const { return begunAt_; }
   std::int64_t closesAt() const { return closesAt_; }
 
-  Belonging belonging(const TCPSegment& segment, unsigned side);
+  Belonging belonging(const TCPSegment& segment, unsigned side, std::int64_t time);
   void add(const TCPSegment& segment, unsigned side, std::int64_t time, TCPReassembly& shared);
   // Begins to deliver with what there is.
   void settle(TCPReassembly& shared);

@@ -175,7 +175,7 @@ Entry* TCPConnections::Impl::entryFor(const TCPSegment& segment, const Connectio
     last_ = entry = &*found;
   }
   Followed& followed = entry->second;
-  switch (followed.connection.belonging(segment, key.senderSide())) {
+  switch (followed.connection.belonging(segment, key.senderSide(), now_)) {
     case TCPConnection::Belonging::stray:
       return nullptr;
     case TCPConnection::Belonging::elsewhere:

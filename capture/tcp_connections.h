@@ -95,7 +95,8 @@ struct TCPEvent {
 // acknowledged, unless its sender sends, or its receiver acknowledges, new bytes; 60 seconds after
 // both FINs;
 // with a SYN that reuses its ports (one that is not its own and stands 64 KiB or more from its
-// stream, or any once it has ended); at the end of the capture. The last 1024 that ended are
+// stream, any once it has ended, or any after 60 seconds without a packet); at the end of the
+// capture. The last 1024 that ended are
 // remembered, so that late packets of theirs are passed over; eight with new bytes of one side,
 // without a RST between them, are a new connection.
 //

@@ -13,6 +13,8 @@ inline constexpr std::string_view kRequestMissing =
     "bytes missing from the capture may hide a request";
 inline constexpr std::string_view kResponseMissing =
     "bytes missing from the capture may hide a response";
+inline constexpr std::string_view kBeginsInMidst =
+    "the capture begins in mid-connection, when an earlier request may have been open";
 inline constexpr std::string_view kRequestEndUnknown = "the end of an earlier request is not known";
 inline constexpr std::string_view kResponseEndUnknown =
     "the end of an earlier response is not known";
@@ -28,7 +30,8 @@ inline constexpr std::string_view kToldUncertain =
 inline constexpr std::string_view kUnpairedReasons[] = {
     kNoRequest,      kNoFirstWord,     kRequestSkipped,    kResponseSkipped,
     kRequestMissing, kResponseMissing, kRequestEndUnknown, kResponseEndUnknown,
-    kToldUncertain,  kTooManyOpen,     kRequestMayFollow,  kGivenUp,
+    kBeginsInMidst,  kToldUncertain,   kTooManyOpen,       kRequestMayFollow,
+    kGivenUp,
 };
 
 }  // namespace qv::capture

@@ -10,10 +10,19 @@ namespace {
 const char* const kKinds[] = {"unknown", "request", "response", "informational", "event"};
 const char* const kFramings[] = {"none", "contentLength", "chunked", "untilClose", "strayAfter204"};
 const char* const kFidelities[] = {"exact", "reconstructed", "damaged"};
-const char* const kNotes[] = {
-    "truncated",       "unreadablePart",    "unsupportedPackets", "conflictingOverlap",
-    "reassemblyLimit", "unfinishedGivenUp", "cameTooLate",        "connectionsSkipped",
-    "eventsNotHeld",   "leftOut",           "piecesDisordered",   "nothingHeld"};
+const char* const kNotes[] = {"truncated",
+                              "unreadablePart",
+                              "unsupportedPackets",
+                              "conflictingOverlap",
+                              "reassemblyLimit",
+                              "unfinishedGivenUp",
+                              "cameTooLate",
+                              "connectionsSkipped",
+                              "connectionsMissing",
+                              "eventsNotHeld",
+                              "leftOut",
+                              "piecesDisordered",
+                              "nothingHeld"};
 
 template <std::size_t count, class Enum>
 const char* nameOf(const char* const (&names)[count], Enum value) {

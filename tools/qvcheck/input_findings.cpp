@@ -16,7 +16,7 @@ namespace {
 
 using capture::InputNoteKind;
 
-enum class Loss : std::uint8_t { none, end, bytes, part, events };
+enum class Loss : std::uint8_t { none, end, bytes, part, connections, events };
 
 struct NoteRow {
   InputNoteKind kind;
@@ -34,6 +34,7 @@ constexpr NoteRow kRows[] = {
     {InputNoteKind::unfinishedGivenUp, "input.limit", Severity::warning, Loss::bytes},
     {InputNoteKind::cameTooLate, "input.gap", Severity::note, Loss::none},
     {InputNoteKind::connectionsSkipped, "input.left-out", Severity::note, Loss::none},
+    {InputNoteKind::connectionsMissing, "input.gap", Severity::warning, Loss::connections},
     {InputNoteKind::eventsNotHeld, "input.no-events", Severity::note, Loss::events},
     {InputNoteKind::leftOut, "input.left-out", Severity::note, Loss::none},
     {InputNoteKind::piecesDisordered, "input.order", Severity::note, Loss::none},
@@ -64,6 +65,9 @@ struct LossKeeper {
         break;
       case Loss::part:
         ++losses.damagedParts;
+        break;
+      case Loss::connections:
+        losses.connectionsMissing = true;
         break;
       case Loss::events:
         losses.holdsNoEvents = true;
@@ -96,7 +100,8 @@ struct LossKeeper {
 
   static void mark(InputRecord& record) {
     const InputLosses& losses = record.losses;
-    if (losses.gaps > 0 || losses.endsEarly || losses.bytesGivenUp) record.complete = false;
+    if (losses.gaps > 0 || losses.connectionsMissing || losses.endsEarly || losses.bytesGivenUp)
+      record.complete = false;
     if (losses.damagedParts > 0) record.fidelity = "damaged";
   }
 };
@@ -137,6 +142,7 @@ std::vector<std::string> lossTexts(const InputRecord& record, capture::Fidelity 
     texts.push_back(counted(losses.gaps, "gap"));
     texts.push_back(counted(losses.bytesMissing, "byte") + " missing");
   }
+  if (losses.connectionsMissing) texts.emplace_back("most bytes of connections are missing");
   if (losses.damagedParts > 0) texts.push_back(counted(losses.damagedParts, "damaged part"));
   if (losses.changedBodies > 0) {
     texts.push_back(counted(losses.changedBodies, "message") + " with a changed body");

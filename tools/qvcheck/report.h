@@ -54,6 +54,7 @@ struct InputLosses {
   std::size_t changedBodies = 0;
   bool endsEarly = false;
   bool bytesGivenUp = false;
+  bool connectionsMissing = false;
   bool holdsNoEvents = false;
   bool holdsRequests = false;
   bool holdsResponses = false;
