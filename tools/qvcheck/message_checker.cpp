@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "capture/ascii_case.h"
 #include "capture/early_end.h"
 #include "tools/qvcheck/finding_builder.h"
 #include "tools/qvcheck/key_findings.h"
@@ -56,6 +57,30 @@ std::optional<Finding> findingForCut(const FramedMessage& message) {
   Finding finding = remark("http.closed-early", Severity::error, early.text, end, 0);
   finding.expected = early.expected;
   finding.actual = early.actual;
+  return finding;
+}
+
+// What the header says of the body's length, where that is not its length; null where it is.
+std::optional<std::string> otherLengthToldBy(const QVHTTPMessage& http, std::size_t length) {
+  const std::optional<QVHTTPHeaderFields>& fields = http.headerFields();
+  for (std::size_t i = 0; fields && i < fields->size(); ++i) {
+    const auto [name, value] = (*fields)[i];
+    if (capture::equalsIgnoringCase(name, "Content-Length") && value != std::to_string(length)) {
+      return fmt::format("{}: {}", name, value);
+    }
+  }
+  return std::nullopt;
+}
+
+Finding findingForDamagedBody(const FramedMessage& message, const QVHTTPMessage& http) {
+  Finding finding = remark("input.body", Severity::note,
+                           capture::completenessText(message.completeness), message.bodyOffset, 0);
+  finding.location.part = "body";
+  const std::size_t length = message.body ? message.body->size() : 0;
+  if (const auto told = otherLengthToldBy(http, length)) {
+    finding.expected = *told;
+    finding.actual = message.body ? counted(length, "byte") : "no body";
+  }
   return finding;
 }
 
@@ -186,6 +211,9 @@ void MessageChecker::reportMessage(const capture::ExchangeRecord& record,
   }
   if (std::optional<Finding> cut = findingForCut(message)) {
     reportFinding(std::move(*cut), out.message, input);
+  }
+  if (message.completeness == capture::Completeness::bodyDamaged) {
+    reportFinding(findingForDamagedBody(message, *read.http), out.message, input);
   }
   for (const QVMessageFault* fault : faults) {
     reportFinding(findingForFault(*fault, message), out.message, input);

@@ -50,6 +50,13 @@ constexpr QVRule kRules[] = {
      "cannot be told: programs that end, devices that start anew and closing with bytes unread all "
      "reset connections.",
      "Content-Length: 165, and 145 bytes until a RST"},
+    {"input.body",
+     {},
+     "The input holds each body as it was sent. This one is missing, or it holds signs of a "
+     "conversion, or its header tells another length, so the message is not judged. Either the "
+     "program that wrote the capture changed the body, or the sender counted wrong: a capture of "
+     "the packets tells which.",
+     "a record whose header says Content-Length: 54, with a body of 51 bytes"},
     {"input.damaged",
      {},
      "Each byte of the input belongs to a message. These bytes begin none: something is missing "
