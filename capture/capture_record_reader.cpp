@@ -75,6 +75,7 @@ class CaptureRecordReader : public CaptureReader {
 
   void reject(std::string_view reason);
   void loseMessage(RecordFields& fields);
+  void noteOtherRecords();
   void note(InputNoteKind kind, std::string text);
   void worsen(Fidelity fidelity) { fidelity_ = std::max(fidelity_, fidelity); }
   void open(const std::string& name, ConnectionOpened opened, bool paired);
@@ -91,6 +92,8 @@ class CaptureRecordReader : public CaptureReader {
   // The last line that may have held a message of any connection.
   std::uint64_t lostOffset_ = 0;
   std::uint64_t lostLength_ = 0;
+  std::uint64_t otherRecords_ = 0;  // of types that are not known
+  std::uint64_t firstOther_ = 0;    // the line of the first
   bool atEnd_ = false;
   Fidelity fidelity_ = Fidelity::exact;
   std::optional<std::string> error_;
@@ -120,10 +123,23 @@ std::optional<CaptureEvent> CaptureRecordReader::next() {
     }
     const std::optional<InputLine> line = error_ ? std::nullopt : lines_.next();
     atEnd_ = !line.has_value();
-    if (atEnd_) continue;
+    if (atEnd_) {
+      noteOtherRecords();
+      continue;
+    }
     line_ = *line;
     readLine();
   }
+}
+
+// Later versions may have more types; but a slip of the pen would take a message away in silence.
+void CaptureRecordReader::noteOtherRecords() {
+  if (otherRecords_ == 0) return;
+  note(InputNoteKind::leftOut,
+       otherRecords_ == 1
+           ? fmt::format("a record of an unknown type left out: line {}", firstOther_)
+           : fmt::format("{} records of unknown types left out, the first in line {}",
+                         otherRecords_, firstOther_));
 }
 
 void CaptureRecordReader::readLine() {
@@ -158,7 +174,10 @@ void CaptureRecordReader::readRecord(RecordFields& fields) {
   const std::string type = fields.required("type", fields.text("type"));
   const auto* row = std::ranges::find(kTypes, type, &RecordType::type);
   if (row != std::end(kTypes)) (this->*row->read)(fields);
-  if (!fields.error()) return;
+  if (!fields.error()) {
+    if (row == std::end(kTypes) && ++otherRecords_ == 1) firstOther_ = line_.number;
+    return;
+  }
   if (row == std::end(kTypes) || row->mayHideMessages) loseMessage(fields);
   reject(*fields.error());
 }
