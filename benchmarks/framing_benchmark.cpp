@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "capture/stream_pair_reader.h"
+#include "capture/http/stream_pair_reader.h"
 #include "qvparsersupport/common/xml_reader.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
 #include "qvparsersupport/ipmessages/tlv8_message.h"

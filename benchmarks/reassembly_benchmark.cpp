@@ -8,9 +8,9 @@
 #include <array>
 #include <unordered_map>
 
-#include "capture/http_framer.h"
-#include "capture/packet_segments.h"
-#include "capture/tcp_connections.h"
+#include "capture/http/http_framer.h"
+#include "capture/packets/packet_segments.h"
+#include "capture/tcp/tcp_connections.h"
 #include "support/require.h"
 
 namespace {

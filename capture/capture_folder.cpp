@@ -9,10 +9,10 @@
 
 #include <fmt/format.h>
 
-#include "capture/gzip_source.h"
-#include "capture/piece_files.h"
+#include "capture/http/stream_pair_reader.h"
+#include "capture/io/gzip_source.h"
+#include "capture/io/piece_files.h"
 #include "capture/piece_names.h"
-#include "capture/stream_pair_reader.h"
 
 namespace qv::capture {
 namespace {

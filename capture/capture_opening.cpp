@@ -8,14 +8,14 @@
 
 #include <fmt/format.h>
 
-#include "capture/capture_record_reader.h"
-#include "capture/gzip_source.h"
-#include "capture/har_reader.h"
-#include "capture/json_bytes.h"
-#include "capture/packet_capture_reader.h"
-#include "capture/packet_segments.h"
-#include "capture/start_line.h"
-#include "capture/stream_pair_reader.h"
+#include "capture/har/har_reader.h"
+#include "capture/http/start_line.h"
+#include "capture/http/stream_pair_reader.h"
+#include "capture/io/gzip_source.h"
+#include "capture/io/json_bytes.h"
+#include "capture/packets/packet_capture_reader.h"
+#include "capture/packets/packet_segments.h"
+#include "capture/records/capture_record_reader.h"
 
 namespace qv::capture {
 namespace {

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "capture/byte_source.h"
 #include "capture/capture_reader.h"
-#include "capture/http_framer.h"
+#include "capture/http/http_framer.h"
+#include "capture/io/byte_source.h"
 #include "qvparsersupport/common/export.h"
 #include "qvparsersupport/common/failure.h"
 

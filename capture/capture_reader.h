@@ -5,7 +5,7 @@
 #include <string>
 #include <variant>
 
-#include "capture/exchange_pairing.h"
+#include "capture/http/exchange_pairing.h"
 #include "qvparsersupport/common/export.h"
 
 // What every form of capture comes to: connections, and on each of them messages in report order.

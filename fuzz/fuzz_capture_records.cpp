@@ -13,8 +13,8 @@
 
 #include <fmt/format.h>
 
-#include "capture/capture_record_reader.h"
-#include "capture/capture_record_writer.h"
+#include "capture/records/capture_record_reader.h"
+#include "capture/records/capture_record_writer.h"
 #include "fuzz/fuzz.h"
 #include "qvparsersupport/common/base64.h"
 

@@ -11,7 +11,7 @@
 #include <tuple>
 #include <vector>
 
-#include "capture/http_framer.h"
+#include "capture/http/http_framer.h"
 #include "fuzz/fuzz.h"
 
 namespace {

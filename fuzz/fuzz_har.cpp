@@ -9,7 +9,7 @@
 #include <tuple>
 #include <vector>
 
-#include "capture/har_reader.h"
+#include "capture/har/har_reader.h"
 #include "fuzz/fuzz.h"
 #include "qvparsersupport/common/json_reader.h"
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "capture/packet_segments.h"
+#include "capture/packets/packet_segments.h"
 #include "fuzz/fuzz.h"
 
 namespace {

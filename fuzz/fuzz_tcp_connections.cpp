@@ -17,8 +17,8 @@
 #include <string_view>
 #include <utility>
 
-#include "capture/http_connections.h"
-#include "capture/tcp_connections.h"
+#include "capture/packets/http_connections.h"
+#include "capture/tcp/tcp_connections.h"
 #include "fuzz/fuzz.h"
 #include "tests/support/tcp_conversation.h"
 

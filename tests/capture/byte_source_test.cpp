@@ -1,4 +1,4 @@
-#include "capture/byte_source.h"
+#include "capture/io/byte_source.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

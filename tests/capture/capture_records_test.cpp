@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "capture/byte_source.h"
 #include "capture/capture_opening.h"
-#include "capture/capture_record_reader.h"
-#include "capture/capture_record_writer.h"
-#include "capture/stream_pair_reader.h"
+#include "capture/http/stream_pair_reader.h"
+#include "capture/io/byte_source.h"
+#include "capture/records/capture_record_reader.h"
+#include "capture/records/capture_record_writer.h"
 #include "qvparsersupport/common/base64.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"

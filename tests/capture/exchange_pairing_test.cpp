@@ -1,11 +1,11 @@
-#include "capture/stream_pair_reader.h"
+#include "capture/http/stream_pair_reader.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "capture/byte_source.h"
-#include "capture/stream_items.h"
+#include "capture/http/stream_items.h"
+#include "capture/io/byte_source.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"
 

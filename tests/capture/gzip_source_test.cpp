@@ -1,4 +1,4 @@
-#include "capture/gzip_source.h"
+#include "capture/io/gzip_source.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>

@@ -1,4 +1,4 @@
-#include "capture/har_reader.h"
+#include "capture/har/har_reader.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "capture/iso_time.h"
-#include "capture/stream_pair_reader.h"
+#include "capture/har/iso_time.h"
+#include "capture/http/stream_pair_reader.h"
 #include "tests/capture/event_dump.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"

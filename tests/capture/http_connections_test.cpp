@@ -1,4 +1,4 @@
-#include "capture/http_connections.h"
+#include "capture/packets/http_connections.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "capture/http_conversation.h"
+#include "capture/http/http_conversation.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "capture/early_end.h"
+#include "capture/http/early_end.h"
 #include "tests/capture/stream_dump.h"
 #include "tests/support/expectations.h"
 #include "tests/support/readable_bytes.h"

@@ -1,4 +1,4 @@
-#include "capture/http_framer.h"
+#include "capture/http/http_framer.h"
 
 #include <gtest/gtest.h>
 

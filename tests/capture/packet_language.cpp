@@ -6,7 +6,7 @@
 #include <map>
 #include <sstream>
 
-#include "capture/packet_segments.h"
+#include "capture/packets/packet_segments.h"
 #include "qvparsersupport/common/escape.h"
 
 namespace qv::capture::test {

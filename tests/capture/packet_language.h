@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "capture/byte_source.h"
+#include "capture/io/byte_source.h"
 #include "qvparsersupport/common/bytes.h"
 #include "tests/support/expectations.h"
 

@@ -1,4 +1,4 @@
-#include "capture/packet_segments.h"
+#include "capture/packets/packet_segments.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "capture/ip_fragments.h"
+#include "capture/packets/ip_fragments.h"
 #include "tests/capture/packet_language.h"
 #include "tests/support/expectations.h"
 

@@ -1,4 +1,4 @@
-#include "capture/piece_files.h"
+#include "capture/io/piece_files.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "capture/tcp_segment.h"
+#include "capture/tcp/tcp_segment.h"
 #include "tests/support/expectations.h"
 
 // The packets of a case in the language that tests/captures/tcp/order.txt explains.

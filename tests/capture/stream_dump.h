@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "capture/framed_message.h"
-#include "capture/http_framer.h"
+#include "capture/http/framed_message.h"
+#include "capture/http/http_framer.h"
 
 namespace qv::capture::test {
 

@@ -1,4 +1,4 @@
-#include "capture/tcp_connections.h"
+#include "capture/tcp/tcp_connections.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

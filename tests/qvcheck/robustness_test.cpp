@@ -7,7 +7,7 @@
 #include <memory>
 #include <sstream>
 
-#include "capture/stream_pair_reader.h"
+#include "capture/http/stream_pair_reader.h"
 #include "qvparsersupport/common/utf8.h"
 #include "qvparsersupport/symbols/symbol_table.h"
 #include "tests/support/expectations.h"

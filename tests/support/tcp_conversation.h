@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "capture/tcp_connections.h"
+#include "capture/tcp/tcp_connections.h"
 
 namespace qv::test {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "capture/framed_message.h"
+#include "capture/http/framed_message.h"
 #include "qvparsersupport/common/json_pointer.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
 #include "tools/qvcheck/report.h"

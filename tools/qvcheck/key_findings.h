@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "capture/framed_message.h"
+#include "capture/http/framed_message.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
 #include "tools/qvcheck/report.h"
 

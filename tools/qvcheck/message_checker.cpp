@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "capture/ascii_case.h"
-#include "capture/early_end.h"
+#include "capture/http/ascii_case.h"
+#include "capture/http/early_end.h"
 #include "tools/qvcheck/finding_builder.h"
 #include "tools/qvcheck/key_findings.h"
 #include "tools/qvcheck/nearest_class.h"

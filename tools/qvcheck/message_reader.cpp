@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "capture/capture_words.h"
+#include "capture/records/capture_words.h"
 #include "qvparsersupport/ipmessages/tlv8_message.h"
 
 namespace qv::check {

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "capture/exchange_pairing.h"
+#include "capture/http/exchange_pairing.h"
 #include "qvparsersupport/ipmessages/ip_message.h"
 #include "tools/qvcheck/report.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-#include "capture/early_end.h"
+#include "capture/http/early_end.h"
 #include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/ipmessages/json_message.h"
 #include "qvparsersupport/ipmessages/tlv8_message.h"

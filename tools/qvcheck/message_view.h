@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capture/framed_message.h"
+#include "capture/http/framed_message.h"
 #include "tools/qvcheck/attribute_names.h"
 #include "tools/qvcheck/message_reader.h"
 #include "tools/qvcheck/view_page.h"

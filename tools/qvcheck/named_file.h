@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "capture/byte_source.h"
+#include "capture/io/byte_source.h"
 #include "qvparsersupport/common/failure.h"
 
 namespace qv::check {

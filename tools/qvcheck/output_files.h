@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "capture/capture_record_writer.h"
+#include "capture/records/capture_record_writer.h"
 #include "tools/qvcheck/report.h"
 #include "tools/qvcheck/report_options.h"
 

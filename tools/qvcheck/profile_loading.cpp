@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 
-#include "capture/byte_source.h"
+#include "capture/io/byte_source.h"
 #include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/common/process_log.h"
 #include "qvparsersupport/common/value_json.h"

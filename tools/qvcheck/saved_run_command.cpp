@@ -7,7 +7,7 @@
 #include <set>
 #include <utility>
 
-#include "capture/gzip_source.h"
+#include "capture/io/gzip_source.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/named_file.h"
 #include "tools/qvcheck/output_files.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "capture/line_reader.h"
+#include "capture/io/line_reader.h"
 #include "tools/qvcheck/report.h"
 #include "tools/qvcheck/saved_line.h"
 

@@ -1,0 +1,36 @@
+#include "capture/http/early_end.h"
+
+#include <fmt/format.h>
+
+#include "capture/http/framing_fields.h"
+
+namespace qv::capture {
+namespace {
+
+std::string bytesText(std::uint64_t count) {
+  return fmt::format("{} byte{}", count, count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+std::optional<EarlyEnd> earlyEndOf(const FramedMessage& message) {
+  if (cutKindOf(message.completeness) != CutKind::byClose) return std::nullopt;
+  const std::string place = completenessText(message.completeness);
+  const bool isInHeader = message.completeness == Completeness::closedInHeader;
+  const std::uint64_t came = isInHeader     ? message.header.size()
+                             : message.body ? message.body->size()
+                                            : 0;
+  const char* due = isInHeader ? "an empty line behind the header" : "a last chunk of size 0";
+  if (message.framing == BodyFraming::contentLength) {
+    FramedMessage read;
+    read.direction = message.direction;
+    read.header = message.header;
+    const std::uint64_t length = readFramingFields(read).contentLength.value_or(0);
+    return EarlyEnd{fmt::format("{}: {} of {} came", place, came, bytesText(length)),
+                    bytesText(length), bytesText(came)};
+  }
+  return EarlyEnd{fmt::format("{}: {} came, without {}", place, bytesText(came), due), due,
+                  bytesText(came)};
+}
+
+}  // namespace qv::capture
