@@ -72,7 +72,7 @@ struct InputRecord {
   InputLosses losses;             // what they are made of; in no report
   // Why it could not be read, or not to its end; in no report but as a finding.
   std::optional<std::string> failure;
-  Bytes head;                     // its first bytes, as far as they were read; in no report
+  Bytes head;  // its first bytes, as far as they were read; in no report
 };
 
 struct ConnectionRecord {
