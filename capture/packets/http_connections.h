@@ -1,15 +1,12 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <list>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "capture/capture_reader.h"
 #include "capture/http/http_conversation.h"

@@ -136,7 +136,6 @@ void TCPConnection::settle(TCPReassembly& shared) {
   opened.second = ends_[1 - firstSide_];
   opened.firstIsPartial = settling->isPartial(firstSide_);
   opened.secondIsPartial = settling->isPartial(1 - firstSide_);
-  opened.partialStart = opened.firstIsPartial || opened.secondIsPartial;
   shared.waitingBytes -= settling->cost;
   for (FirstPacket& packet : settling->packets) {
     packet.segment.payload = packet.payload;

@@ -34,10 +34,9 @@ struct TCPEvent {
   std::uint64_t connection = 0;  // from 1 in the order of their first packets
   // opened: both ends, the one that sent the first captured packet first, unless the other sent the
   // SYN; and of what they send whether the beginning was not captured: neither the SYN nor the
-  // answer to it. `partialStart` when it is so of either.
+  // answer to it.
   Endpoint first;
   Endpoint second;
-  bool partialStart = false;
   bool firstIsPartial = false;
   bool secondIsPartial = false;
   // closed: whether what they sent came to its end, so that the FIN was captured and nothing before

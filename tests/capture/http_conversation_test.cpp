@@ -96,7 +96,7 @@ TEST(HTTPConversation, SaysTheSameHoweverTheDirectionsAreInterleaved) {
     if (!isWhole) continue;
     const auto records = [&](qv::test::Case order) {
       std::vector<std::string> each = recordsOf(order);
-      std::ranges::stable_partition(each, isOfAccessory);
+      std::stable_partition(each.begin(), each.end(), isOfAccessory);
       return each;
     };
     const std::vector<std::string> due = records(lines);

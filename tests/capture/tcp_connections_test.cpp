@@ -20,8 +20,8 @@ std::string lineOf(const TCPEvent& event) {
   if (event.kind == TCPEventKind::opened) {
     text += fmt::format(" {}{}{}{}{}", static_cast<char>(event.first.address[3]),
                         static_cast<char>(event.second.address[3]),
-                        event.partialStart ? " partial " : "", event.firstIsPartial ? ">" : "",
-                        event.secondIsPartial ? "<" : "");
+                        event.firstIsPartial || event.secondIsPartial ? " partial " : "",
+                        event.firstIsPartial ? ">" : "", event.secondIsPartial ? "<" : "");
   }
   if (event.firstEnded || event.secondEnded) {
     text += fmt::format(" ended {}{}", event.firstEnded ? ">" : "", event.secondEnded ? "<" : "");

@@ -131,7 +131,8 @@ inline std::string problemOf(const TCPConversation& conversation) {
       switch (event->kind) {
         case capture::TCPEventKind::opened:
           swapped = event->first.port != 80;
-          if (event->partialStart != conversation.partial || (swapped && !conversation.partial)) {
+          if ((event->firstIsPartial || event->secondIsPartial) != conversation.partial ||
+              (swapped && !conversation.partial)) {
             problem = "the beginning is wrong";
           }
           break;
