@@ -11,7 +11,7 @@
 #include "capture/har/har_url.h"
 #include "capture/har/iso_time.h"
 #include "capture/http/ascii_case.h"
-#include "capture/records/recorded_message.h"
+#include "capture/http/recorded_message.h"
 #include "qvparsersupport/common/json_reader.h"
 #include "qvparsersupport/common/number.h"
 #include "qvparsersupport/common/value.h"

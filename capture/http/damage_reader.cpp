@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include "capture/counted.h"
+
 namespace qv::capture {
 namespace {
 
@@ -26,14 +28,12 @@ std::string damageText(DamageKind kind, std::uint64_t length) {
     case DamageKind::looksLikeTLS:
       return fmt::format("{} bytes that look like TLS", length);
     case DamageKind::behindGap:
-      return fmt::format("{} byte{} of a message whose beginning is not in the capture", length,
-                         length == 1 ? "" : "s");
+      return counted(length, "byte") + " of a message whose beginning is not in the capture";
     case DamageKind::givenUp:
-      return fmt::format("{} byte{} of a message that was given up to keep memory within bounds",
-                         length, length == 1 ? "" : "s");
+      return counted(length, "byte") +
+             " of a message that was given up to keep memory within bounds";
     case DamageKind::emptyLines:
-      return fmt::format("{} byte{} of empty lines after the last message", length,
-                         length == 1 ? "" : "s");
+      return counted(length, "byte") + " of empty lines after the last message";
   }
   return {};
 }

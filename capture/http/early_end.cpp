@@ -2,16 +2,10 @@
 
 #include <fmt/format.h>
 
+#include "capture/counted.h"
 #include "capture/http/framing_fields.h"
 
 namespace qv::capture {
-namespace {
-
-std::string bytesText(std::uint64_t count) {
-  return fmt::format("{} byte{}", count, count == 1 ? "" : "s");
-}
-
-}  // namespace
 
 std::optional<EarlyEnd> earlyEndOf(const FramedMessage& message) {
   if (cutKindOf(message.completeness) != CutKind::byClose) return std::nullopt;
@@ -26,11 +20,11 @@ std::optional<EarlyEnd> earlyEndOf(const FramedMessage& message) {
     read.direction = message.direction;
     read.header = message.header;
     const std::uint64_t length = readFramingFields(read).contentLength.value_or(0);
-    return EarlyEnd{fmt::format("{}: {} of {} came", place, came, bytesText(length)),
-                    bytesText(length), bytesText(came)};
+    return EarlyEnd{fmt::format("{}: {} of {} came", place, came, counted(length, "byte")),
+                    counted(length, "byte"), counted(came, "byte")};
   }
-  return EarlyEnd{fmt::format("{}: {} came, without {}", place, bytesText(came), due), due,
-                  bytesText(came)};
+  return EarlyEnd{fmt::format("{}: {} came, without {}", place, counted(came, "byte"), due), due,
+                  counted(came, "byte")};
 }
 
 }  // namespace qv::capture

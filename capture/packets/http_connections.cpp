@@ -6,16 +6,13 @@
 #include <deque>
 #include <utility>
 
+#include "capture/counted.h"
 #include "capture/packets/accessory_side.h"
 
 namespace qv::capture {
 namespace {
 
 constexpr const char* kGivenUpText = "bytes were given up to keep memory within bounds";
-
-std::string counted(std::uint64_t count, std::string_view what) {
-  return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
-}
 
 std::string missingText(std::uint64_t bytes) {
   return fmt::format("{} {} missing", counted(bytes, "byte"), bytes == 1 ? "is" : "are");

@@ -10,13 +10,13 @@
 #include <fmt/format.h>
 
 #include "capture/http/damage_reader.h"
+#include "capture/http/recorded_message.h"
 #include "capture/io/json_bytes.h"
 #include "capture/io/line_reader.h"
 #include "capture/records/capture_words.h"
 #include "capture/records/record_connections.h"
 #include "capture/records/record_fields.h"
 #include "capture/records/record_message.h"
-#include "capture/records/recorded_message.h"
 #include "qvparsersupport/common/json_reader.h"
 
 namespace qv::capture {

@@ -7,8 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "capture/http/recorded_message.h"
 #include "capture/records/capture_words.h"
-#include "capture/records/recorded_message.h"
 #include "qvparsersupport/common/base64.h"
 #include "qvparsersupport/common/json_writer.h"
 

@@ -8,8 +8,8 @@
 #include "capture/http/framing_fields.h"
 #include "capture/http/framing_notes.h"
 #include "capture/http/header_scan.h"
+#include "capture/http/recorded_message.h"
 #include "capture/http/unpaired_reasons.h"
-#include "capture/records/recorded_message.h"
 
 namespace qv::capture {
 namespace {

@@ -13,6 +13,7 @@
 #include "capture/io/gzip_source.h"
 #include "capture/io/piece_files.h"
 #include "capture/packets/packet_capture_reader.h"
+#include "capture/records/capture_words.h"
 #include "tools/qvcheck/escape.h"
 #include "tools/qvcheck/input_findings.h"
 #include "tools/qvcheck/named_file.h"
@@ -120,11 +121,6 @@ void addLeftOut(std::deque<capture::InputNote>& notes, const std::string& direct
 capture::OpenOptions openOptions(const CaptureOptions& options) {
   return {capture::FramingLimits{options.maxMessageSize}, options.port,
           "; leave out --input-format " + std::string(nameOf(options.form))};
-}
-
-std::string_view nameOf(capture::Fidelity fidelity) {
-  constexpr std::string_view kNames[] = {"exact", "reconstructed", "damaged"};
-  return kNames[static_cast<std::size_t>(fidelity)];
 }
 
 }  // namespace
@@ -336,7 +332,8 @@ const std::vector<std::unique_ptr<InputRecord>>& CaptureInput::close(std::ostrea
       const auto error = isPair_ ? sources_[i]->error() : this->error();
       if (error) fail(record, *error, err);
       record.format = reader_->format();
-      if (!isPair_ && record.fidelity != "damaged") record.fidelity = nameOf(reader_->fidelity());
+      if (!isPair_ && record.fidelity != "damaged")
+        record.fidelity = capture::wordFor(capture::kFidelityWords, reader_->fidelity());
     }
     if (!wasOpened && record.failure) record.fidelity = "damaged";
     if (!wasOpened || record.failure || SignalWatch::signal() != 0) record.complete = false;

@@ -1,4 +1,4 @@
-#include "capture/records/recorded_message.h"
+#include "capture/http/recorded_message.h"
 
 #include <cstddef>
 #include <utility>
